@@ -1,0 +1,32 @@
+# Everything a fresh Debian machine needs: each target installs what is missing first.
+JOBS ?= $(shell nproc)
+RELEASE_DIR := build/release
+TEST_DIR := build/asan
+
+.PHONY: all deps build test demo bench clean
+
+all: build
+
+deps:
+	@scripts/install-deps
+
+build: deps
+	cmake -S . -B $(RELEASE_DIR) -DCMAKE_BUILD_TYPE=Release -DPDFA_TESTS=OFF >/dev/null
+	cmake --build $(RELEASE_DIR) -j $(JOBS)
+
+# Every test, under AddressSanitizer and UndefinedBehaviorSanitizer.
+test: deps
+	cmake -S . -B $(TEST_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DPDFA_SANITIZE=ON >/dev/null
+	cmake --build $(TEST_DIR) -j $(JOBS)
+	cd $(TEST_DIR) && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
+	  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+	  ctest --output-on-failure -j $(JOBS)
+
+demo: build
+	@scripts/demo $(RELEASE_DIR)
+
+bench: build
+	@scripts/bench $(RELEASE_DIR)
+
+clean:
+	rm -rf build

@@ -1,0 +1,78 @@
+#pragma once
+// The document model the jobs work with: opening and unlocking, pages with their rotation, crop
+// box, raw dictionary, annotations and text, adding links and saving. Everything the engine
+// reports as an error comes back as a Result or a neutral value; nothing here throws.
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/Geometry.h"
+#include "platform/PageText.h"
+#include "platform/PdfObject.h"
+#include "platform/result.h"
+
+namespace platform {
+
+// Where a go-to link leads: a zero-based page of the same document and a point on it in page
+// space (coordinates the destination leaves unspecified are 0).
+struct Destination {
+    int pageIndex = 0;
+    Point point;
+    bool operator==(const Destination&) const = default;
+};
+
+struct Action {
+    enum class Kind { GoTo, URL, Named, Other };
+    Kind kind = Kind::Other;
+    std::optional<Destination> destination;  // GoTo whose target page resolves
+    std::optional<std::string> url;          // URL
+    std::string name;                        // Named: "NextPage", "PrevPage", "FirstPage", ...
+};
+
+// One entry of a page's /Annots as the document model sees it.
+struct Annotation {
+    std::string type;  // the /Subtype name without its slash: "Link", "Widget", "Text", ...
+    Rect bounds;       // the normalised /Rect
+    std::optional<std::string> url;  // a Link's /URI action target
+    std::optional<Destination> destination;  // a Link's /Dest or /GoTo target
+    std::optional<Action> mouseUpAction;     // the /A action of any annotation
+};
+
+class Document {
+public:
+    // Opens the file (repairing it if the engine must). Fails on a missing or unreadable file.
+    static Result<Document> open(const std::string& path);
+
+    Document(Document&&) noexcept;
+    Document& operator=(Document&&) noexcept;
+    ~Document();
+
+    bool isEncrypted() const;
+    // True when the password (possibly empty) unlocks the document or it was not locked.
+    bool unlock(const std::string& password);
+    bool isUnlocked() const;
+
+    int pageCount() const;
+
+    // Per-page reads take a zero-based index; an index out of range gives the neutral value.
+    PdfObject pageObject(int index) const;  // the page's own dictionary
+    int rotation(int index) const;          // the inherited /Rotate as 0, 90, 180 or 270
+    Rect cropBox(int index) const;  // inherited /CropBox clipped to /MediaBox, else /MediaBox
+    std::vector<Annotation> annotations(int index) const;  // in /Annots order
+    Result<PageText> pageText(int index) const;
+
+    // Appends a link annotation to the page; the document is changed in memory only.
+    Status addLink(int index, const Rect& bounds, const std::optional<std::string>& url);
+    // Writes the document to path: to a temporary file beside it, then renamed over it, keeping
+    // the file's permissions and encryption; incremental where the document allows it.
+    Status save(const std::string& path);
+
+private:
+    struct Members;
+    explicit Document(std::unique_ptr<Members> members);
+    std::unique_ptr<Members> m_;
+};
+
+}  // namespace platform

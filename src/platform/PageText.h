@@ -1,0 +1,21 @@
+#pragma once
+// A page's text in reading order as 16-bit units, with the box of every unit in page space.
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "platform/Geometry.h"
+
+namespace platform {
+
+struct PageText {
+    std::u16string text;     // lines separated by "\n", words by " "
+    std::vector<Rect> boxes;  // one per unit of text; separators the engine made get empty boxes
+
+    // The union of the boxes of the units in [start, start + length); all zero when the range
+    // covers no unit with a box.
+    Rect boundsOfRange(std::size_t start, std::size_t length) const;
+};
+
+}  // namespace platform

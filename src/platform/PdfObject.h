@@ -1,0 +1,40 @@
+#pragma once
+// A read-only view of one object of an open PDF, indirect references already resolved. Absent
+// or wrongly typed entries give std::nullopt or a null object, never an error. The view keeps
+// its document's engine state alive.
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace platform {
+
+class PdfObject {
+public:
+    struct Handle;  // engine state shared with the document
+    PdfObject();
+    PdfObject(std::shared_ptr<Handle> handle, void* object);
+    PdfObject(const PdfObject&);
+    PdfObject& operator=(const PdfObject&);
+    ~PdfObject();
+
+    bool isNull() const;
+    bool isDictionary() const;
+    bool isArray() const;
+
+    std::optional<std::string> name() const;  // a name's bytes, without the slash
+    std::optional<double> number() const;     // integer or real
+    std::optional<long long> integer() const;  // integers only
+    std::optional<std::string> textString() const;  // a string decoded as PDF text, in UTF-8
+
+    std::size_t arrayLength() const;  // 0 for anything but an array
+    PdfObject at(std::size_t index) const;
+    PdfObject get(const std::string& key) const;  // dictionary entry
+
+private:
+    std::shared_ptr<Handle> handle_;
+    void* object_ = nullptr;
+};
+
+}  // namespace platform
