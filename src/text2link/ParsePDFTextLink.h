@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/MuPDFDocument.h"
 #include "platform/Reporter.h"
 #include "platform/StopFlag.h"
 
@@ -26,6 +27,11 @@ public:
 
     // Runs the whole job; reports progress through the reporter and saves over pdfFile.
     void parse(const platform::StopFlag& stop, platform::Reporter& reporter);
+
+    // Appends one new link (type "Link", bounds of its text, URL when one could be made) per
+    // web address, e-mail address or phone number found in the text of the zero-based page.
+    void parsePage(const platform::Document& document, int pageIndex,
+                   std::vector<platform::Annotation>& list, const platform::StopFlag& stop) const;
 };
 
 }  // namespace text2link
