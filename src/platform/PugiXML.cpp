@@ -1,0 +1,167 @@
+#include "platform/PugiXML.h"
+
+#include <pugixml.hpp>
+
+namespace platform {
+
+namespace {
+
+pugi::xml_node nodeOf(void* node) {
+    return pugi::xml_node(static_cast<pugi::xml_node_struct*>(node));
+}
+
+XmlNode handleOf(pugi::xml_node node) { return XmlNode(node.internal_object()); }
+
+std::string asString(std::string_view text) { return std::string(text); }
+
+class StringWriter final : public pugi::xml_writer {
+  public:
+    void write(const void* data, size_t size) override {
+        text.append(static_cast<const char*>(data), size);
+    }
+    std::string text;
+};
+
+bool isText(const pugi::xml_node& node) {
+    return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
+}
+
+// Next node of a depth-first walk that stays below top; iterative so deep trees cannot exhaust
+// the stack.
+pugi::xml_node nextInside(pugi::xml_node node, const pugi::xml_node& top) {
+    if (node.first_child()) return node.first_child();
+    while (node && node != top) {
+        if (node.next_sibling()) return node.next_sibling();
+        node = node.parent();
+    }
+    return {};
+}
+
+// Exactly one element at the top, and no text beside it.
+bool hasSingleRoot(const pugi::xml_document& document) {
+    int elements = 0;
+    for (pugi::xml_node child : document.children()) {
+        if (child.type() == pugi::node_element) ++elements;
+        if (isText(child)) return false;
+    }
+    return elements == 1;
+}
+
+}  // namespace
+
+std::string XmlNode::name() const { return nodeOf(node_).name(); }
+
+std::string XmlNode::text() const {
+    pugi::xml_node top = nodeOf(node_);
+    std::string text;
+    for (pugi::xml_node n = nextInside(top, top); n; n = nextInside(n, top)) {
+        if (isText(n)) text += n.value();
+    }
+    return text;
+}
+
+void XmlNode::setText(std::string_view text) {
+    pugi::xml_node node = nodeOf(node_);
+    if (!node) return;
+    while (node.first_child()) node.remove_child(node.first_child());
+    node.append_child(pugi::node_pcdata).set_value(asString(text).c_str());
+}
+
+void XmlNode::setAttribute(std::string_view name, std::string_view value) {
+    pugi::xml_node node = nodeOf(node_);
+    if (!node) return;
+    std::string key = asString(name);
+    pugi::xml_attribute attribute = node.attribute(key.c_str());
+    if (!attribute) attribute = node.append_attribute(key.c_str());
+    attribute.set_value(asString(value).c_str());
+}
+
+std::optional<std::string> XmlNode::attribute(std::string_view name) const {
+    pugi::xml_attribute attribute = nodeOf(node_).attribute(asString(name).c_str());
+    if (!attribute) return std::nullopt;
+    return std::string(attribute.value());
+}
+
+std::vector<XmlNode> XmlNode::children() const {
+    std::vector<XmlNode> found;
+    for (pugi::xml_node child : nodeOf(node_).children()) {
+        if (child.type() == pugi::node_element) found.push_back(handleOf(child));
+    }
+    return found;
+}
+
+std::vector<XmlNode> XmlNode::children(std::string_view name) const {
+    std::vector<XmlNode> found;
+    std::string key = asString(name);  // the range reads it while iterating
+    for (pugi::xml_node child : nodeOf(node_).children(key.c_str())) {
+        found.push_back(handleOf(child));
+    }
+    return found;
+}
+
+XmlNode XmlNode::firstChild(std::string_view name) const {
+    return handleOf(nodeOf(node_).child(asString(name).c_str()));
+}
+
+XmlNode XmlNode::lastChild(std::string_view name) const {
+    std::string key = asString(name);
+    for (pugi::xml_node child = nodeOf(node_).last_child(); child;
+         child = child.previous_sibling()) {
+        if (child.type() == pugi::node_element && key == child.name()) return handleOf(child);
+    }
+    return {};
+}
+
+XmlNode XmlNode::appendChild(std::string_view name) {
+    return handleOf(nodeOf(node_).append_child(asString(name).c_str()));
+}
+
+void XmlNode::appendCData(std::string_view text) {
+    nodeOf(node_).append_child(pugi::node_cdata).set_value(asString(text).c_str());
+}
+
+XmlNode XmlNode::appendCopy(const XmlNode& from) {
+    pugi::xml_node source = nodeOf(from.node_);
+    if (!source) return {};
+    return handleOf(nodeOf(node_).append_copy(source));
+}
+
+std::string XmlNode::toCompactString() const {
+    StringWriter writer;
+    nodeOf(node_).print(
+        writer, "",
+        pugi::format_raw | pugi::format_no_empty_element_tags | pugi::format_no_declaration,
+        pugi::encoding_utf8);
+    return writer.text;
+}
+
+struct XmlDocument::Members {
+    pugi::xml_document tree;
+};
+
+XmlDocument::XmlDocument() : m_(std::make_unique<Members>()) {}
+XmlDocument::XmlDocument(XmlDocument&&) noexcept = default;
+XmlDocument& XmlDocument::operator=(XmlDocument&&) noexcept = default;
+XmlDocument::~XmlDocument() = default;
+
+std::optional<XmlDocument> XmlDocument::parse(const std::string& text) {
+    XmlDocument document;
+    // Fragment mode keeps stray text beside the root as nodes, so hasSingleRoot can refuse it.
+    pugi::xml_parse_result result = document.m_->tree.load_buffer(
+        text.data(), text.size(), pugi::parse_default | pugi::parse_fragment, pugi::encoding_utf8);
+    if (!result || !hasSingleRoot(document.m_->tree)) return std::nullopt;
+    return document;
+}
+
+XmlNode XmlDocument::root() const {
+    if (!m_) return {};
+    return handleOf(m_->tree.document_element());
+}
+
+XmlNode XmlDocument::appendRoot(std::string_view name) {
+    if (!m_) m_ = std::make_unique<Members>();  // a moved-from document becomes usable again
+    m_->tree.reset();
+    return handleOf(m_->tree.append_child(asString(name).c_str()));
+}
+
+}  // namespace platform

@@ -1,0 +1,65 @@
+#include "platform/AtomicFile.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "support/TempDir.h"
+
+namespace {
+
+std::string readFile(const std::filesystem::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+std::size_t entryCount(const std::filesystem::path& folder) {
+    std::size_t count = 0;
+    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder)) ++count;
+    return count;
+}
+
+}  // namespace
+
+TEST(AtomicFile, WritesANewFile) {
+    testsupport::TempDir dir;
+    std::string path = dir / "1.xml";
+    ASSERT_TRUE(platform::writeFileAtomically(path, std::string("<a>\0b</a>", 9)).ok());
+    EXPECT_EQ(readFile(path), std::string("<a>\0b</a>", 9));
+    EXPECT_EQ(entryCount(dir.path()), 1u);
+}
+
+TEST(AtomicFile, ReplacesAnExistingFileKeepingItsPermissions) {
+    testsupport::TempDir dir;
+    std::string path = dir / "1.xml";
+    std::ofstream(path) << "old content that is longer";
+    ::chmod(path.c_str(), 0640);
+    ASSERT_TRUE(platform::writeFileAtomically(path, "new").ok());
+    EXPECT_EQ(readFile(path), "new");
+    struct stat info {};
+    ASSERT_EQ(::stat(path.c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 07777, 0640u);
+    EXPECT_EQ(entryCount(dir.path()), 1u);
+}
+
+TEST(AtomicFile, FailsInAMissingFolder) {
+    testsupport::TempDir dir;
+    platform::Status status = platform::writeFileAtomically(dir / "no/such/1.xml", "x");
+    ASSERT_FALSE(status.ok());
+    EXPECT_EQ(status.error().code, platform::Error::Code::System);
+    EXPECT_EQ(entryCount(dir.path()), 0u);
+}
+
+TEST(AtomicFile, FailsOverAFolderAndLeavesNoTemporaryFile) {
+    testsupport::TempDir dir;
+    std::filesystem::create_directory(dir / "target");
+    std::ofstream(dir / "target" / "inside") << "x";
+    EXPECT_FALSE(platform::writeFileAtomically(dir / "target", "x").ok());
+    EXPECT_EQ(entryCount(dir.path()), 1u);
+    EXPECT_EQ(readFile(dir / "target" / "inside"), "x");
+}
