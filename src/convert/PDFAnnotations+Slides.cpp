@@ -1,0 +1,189 @@
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "convert/AnimationLinkFormat.h"
+#include "convert/PDFAnnotations.h"
+#include "platform/NumberText.h"
+
+namespace convert {
+namespace {
+
+// The copy of a link that runs over the middle of a divided page gets the link's index plus
+// this offset as its id, so it can never collide with an id of the page's own links.
+constexpr std::int32_t kOverflowIdOffset = 1981;
+
+// The two "elements" lists of a page's slides; second is null when the page is not divided.
+struct SlidePage {
+    const PDFAnnotations& converter;
+    const std::vector<platform::Annotation>& rawList;
+    platform::Size size;  // the crop box's, in points; halves are measured against it too
+    bool divided = false;
+    platform::XmlNode first;
+    platform::XmlNode second;
+};
+
+struct PointBox {
+    std::int32_t left = 0;
+    std::int32_t top = 0;
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+};
+
+// Truncated toward zero. A degenerate crop box makes fractions infinite or NaN; such values
+// are held to the 32-bit range, NaN to 0, instead of being converted blindly.
+std::int32_t toPoints(double value) {
+    if (std::isnan(value)) return 0;
+    constexpr double kLow = std::numeric_limits<std::int32_t>::min();
+    constexpr double kHigh = std::numeric_limits<std::int32_t>::max();
+    return static_cast<std::int32_t>(std::trunc(std::fmin(std::fmax(value, kLow), kHigh)));
+}
+
+PointBox toPointBox(const platform::Rect& fraction, platform::Size size) {
+    return {toPoints(size.width * fraction.x), toPoints(fraction.y * size.height),
+            toPoints(size.width * fraction.width), toPoints(fraction.height * size.height)};
+}
+
+// Length of the UTF-8 sequence starting with lead, 0 for a byte no sequence starts with.
+int sequenceLength(unsigned char lead) {
+    if (lead < 0x80) return 1;
+    if (lead >= 0xC2 && lead <= 0xDF) return 2;
+    if (lead >= 0xE0 && lead <= 0xEF) return 3;
+    if (lead >= 0xF0 && lead <= 0xF4) return 4;
+    return 0;
+}
+
+// The code point of the well-formed sequence at text[at], or nullopt.
+std::optional<char32_t> decodeAt(std::string_view text, std::size_t at, int length) {
+    if (length == 0 || at + length > text.size()) return std::nullopt;
+    static constexpr unsigned char kLeadMask[] = {0, 0x7F, 0x1F, 0x0F, 0x07};
+    static constexpr char32_t kShortest[] = {0, 0, 0x80, 0x800, 0x10000};
+    char32_t code = static_cast<unsigned char>(text[at]) & kLeadMask[length];
+    for (int k = 1; k < length; ++k) {
+        auto next = static_cast<unsigned char>(text[at + k]);
+        if ((next & 0xC0) != 0x80) return std::nullopt;
+        code = (code << 6) | (next & 0x3F);
+    }
+    if (code < kShortest[length] || code > 0x10FFFF) return std::nullopt;
+    return code;
+}
+
+bool isXmlChar(char32_t code) {
+    return code == 0x9 || code == 0xA || code == 0xD || (code >= 0x20 && code <= 0xD7FF) ||
+           (code >= 0xE000 && code <= 0xFFFD) || code >= 0x10000;
+}
+
+// Whether the text can stand inside the element's CDATA section and come back unchanged:
+// well-formed UTF-8 of characters XML allows, without the section's end marker.
+bool isCDataText(std::string_view text) {
+    if (text.find("]]>") != std::string_view::npos) return false;
+    for (std::size_t at = 0; at < text.size();) {
+        int length = sequenceLength(static_cast<unsigned char>(text[at]));
+        std::optional<char32_t> code = decodeAt(text, at, length);
+        if (!code || !isXmlChar(*code)) return false;
+        at += length;
+    }
+    return true;
+}
+
+// A web link's element when address is set, else a go-to element for the one-based page.
+std::optional<platform::XmlDocument> makeLinkElement(const PointBox& box,
+                                                     const std::optional<std::string>& address,
+                                                     std::int64_t page, std::int32_t id) {
+    std::string text = address
+                           ? getLinkString(box.left, box.top, box.width, box.height, *address, id)
+                           : getGotoPageString(box.left, box.top, box.width, box.height,
+                                               static_cast<std::int32_t>(page), id);
+    return platform::XmlDocument::parse(text);
+}
+
+void addSlideLink(SlidePage& page, const platform::Annotation& link, std::int32_t id) {
+    std::optional<PDFAnnotations::LinkTarget> target =
+        page.converter.resolveLinkTarget(link, page.rawList);
+    if (!target) return;
+    std::optional<std::string> address;
+    if (target->url) {
+        address = PDFAnnotations::decodeLinkURL(*target->url);
+        if (!address || !isCDataText(*address)) return;
+    }
+    // Always the link's own bounds, also when its address came from a raw-list hit.
+    PDFAnnotations::LinkPlacement placement = page.converter.placeLink(link.bounds, page.divided);
+    PointBox box = toPointBox(placement.location, page.size);
+    std::optional<platform::XmlDocument> element = makeLinkElement(box, address, target->page, id);
+    if (!element) return;
+    if (page.divided) {
+        page.converter.changeGotoPageForAnimationEditor(element->root(), target->isDestPart1);
+    }
+    if (placement.toSecond) {
+        // An undivided page has no second slide: the link is dropped.
+        if (page.second) page.second.appendCopy(element->root());
+        return;
+    }
+    page.first.appendCopy(element->root());
+    if (!placement.overflows || !page.second) return;
+    // The copy keeps the link's left edge and its undivided go-to target.
+    box.width = toPoints(placement.overflowWidth * page.size.width);
+    std::optional<platform::XmlDocument> copy =
+        makeLinkElement(box, address, target->page, id + kOverflowIdOffset);
+    if (copy) page.second.appendCopy(copy->root());
+}
+
+void writeSlide(platform::XmlDocument& slide, platform::Size size, const std::string& path) {
+    PDFAnnotations::changeSlidePosition(slide.root(), size, size);
+    PDFAnnotations::writeXML(path, slide);
+}
+
+std::int32_t linkCount(std::size_t size) {
+    constexpr auto kMost = static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max());
+    return static_cast<std::int32_t>(size < kMost ? size : kMost);
+}
+
+}  // namespace
+
+void PDFAnnotations::parsePageForAnimationEditor(const platform::StopFlag& stop) {
+    if (!pdfDoc) return;
+    platform::Rect cropBox = pdfDoc->cropBox(currentPageIndex());
+    std::vector<platform::Annotation> links = readPageLinks(stop);
+    std::vector<platform::Annotation> rawList = readRawLinks(stop);
+    platform::XmlDocument first = generateXMLForBlankPage();
+    platform::XmlDocument second = generateXMLForBlankPage();
+    bool divided = wideMode != 0 && isWidePageAt(pageNumber);
+    SlidePage page{*this,
+                   rawList,
+                   {cropBox.width, cropBox.height},
+                   divided,
+                   first.root().lastChild("elements"),
+                   divided ? second.root().lastChild("elements") : platform::XmlNode()};
+    std::int32_t count = linkCount(links.size());
+    for (std::int32_t i = 0; i < count; ++i) {
+        if (stop.isSet()) break;
+        addSlideLink(page, links[i], i);
+    }
+    writeSlide(first, page.size, outputPathForHalf(divided, 0));
+    if (divided) writeSlide(second, page.size, outputPathForHalf(divided, 1));
+}
+
+void PDFAnnotations::changeGotoPageForAnimationEditor(platform::XmlNode element,
+                                                      bool isDestPart1) const {
+    for (const platform::XmlNode& action : element.children("action")) {
+        std::vector<platform::XmlNode> types = action.children("type");
+        if (types.empty() || types.back().text() != "goToPage") return;
+        std::vector<platform::XmlNode> params = action.children("params");
+        if (params.empty()) continue;
+        std::vector<platform::XmlNode> targets = params.back().children("target");
+        if (targets.empty()) return;
+        std::int32_t page = platform::intValue(targets.back().text());
+        targets.back().setText(std::to_string(NewPageIndexAt(page) + (isDestPart1 ? 1 : 0)));
+    }
+}
+
+const platform::Annotation* PDFAnnotations::AnnotationLinkAt(
+    const std::vector<platform::Annotation>& list, const platform::Rect& rect) {
+    return findLinkAt(list, rect);
+}
+
+}  // namespace convert
