@@ -1,8 +1,10 @@
 #pragma once
 // Progress messages to the host: a Unix-domain stream socket named "text2linksInfoThread" in
 // the temporary directory. Each message connects afresh, writes one UTF-8 line
-// "getText2LinksProcess:<argument>\n" and closes without waiting for an answer. When nothing
-// listens, or the write would block for long, the message is dropped.
+// "getText2LinksProcess:<argument>\n", shuts its writing side and, as a synchronous message
+// would, waits up to a second for the host to close its end (anything the host answers is
+// ignored), then closes. When nothing listens, the listener's queue is full, or the write would
+// block for 100 ms, the message is dropped. SIGPIPE is never raised.
 
 #include <string>
 

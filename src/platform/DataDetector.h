@@ -1,0 +1,58 @@
+#pragma once
+// Finds web addresses, e-mail addresses and telephone numbers in text, with their ranges in
+// 16-bit units.
+//
+// Links: addresses with the scheme http, https, ftp or file ("http://host/path"), addresses
+// starting "www.", bare domain names whose last label is a top-level domain
+// ("example.com/path"), and e-mail addresses ("name@example.com", also written
+// "mailto:name@example.com"). A link starts at a letter or digit that follows no letter, digit
+// or "@", and ends at a space, a control, a non-ASCII character or one of < > " { } | \ ^ `;
+// trailing sentence punctuation (. , ; : ! ? ' ") and closing brackets without an opening one
+// in the link are left out. Its URL is the text with "http://" put before addresses without a
+// scheme and "mailto:" before bare e-mail addresses, percent escaped when the plain text is no
+// valid URL; nullopt when neither form is.
+//
+// Telephone numbers: libphonenumber's matcher with the default region "CN" and the leniency
+// "possible"; numbers written with "+" and a country code are found whatever the region. A
+// number that overlaps a link is not reported.
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace platform {
+
+struct TextMatch {
+    enum class Kind { Link, PhoneNumber };
+    Kind kind = Kind::Link;
+    std::size_t location = 0;  // in 16-bit units
+    std::size_t length = 0;
+    std::optional<std::string> url;  // Link: the parsed URL
+    std::string phoneNumber;         // PhoneNumber: the number as written in the text
+    bool operator==(const TextMatch&) const = default;
+};
+
+enum DetectorTypes : unsigned { kDetectLinks = 1, kDetectPhoneNumbers = 2 };
+
+// The matches of the kinds asked for (a bit set of DetectorTypes), ordered by location and not
+// overlapping.
+std::vector<TextMatch> findMatches(std::u16string_view text, unsigned types);
+
+// Looks up the link or telephone number around an index of a text whose matches were found
+// once.
+class URLFinder {
+public:
+    explicit URLFinder(std::vector<TextMatch> matches);  // as findMatches gives them
+    static URLFinder forText(std::u16string_view text);  // finds links and phone numbers
+
+    // The match whose range contains the index, or nullptr. The pointer lives as the finder.
+    const TextMatch* matchAtIndex(std::size_t index) const;
+    const std::vector<TextMatch>& matches() const { return matches_; }
+
+private:
+    std::vector<TextMatch> matches_;
+};
+
+}  // namespace platform
