@@ -14,6 +14,50 @@ XmlNode handleOf(pugi::xml_node node) { return XmlNode(node.internal_object()); 
 
 std::string asString(std::string_view text) { return std::string(text); }
 
+// Length of the well-formed UTF-8 sequence at text[at] and its code point; length 0 when the
+// bytes there are not one.
+struct Decoded {
+    std::size_t length = 0;
+    char32_t code = 0;
+};
+
+Decoded decodeAt(std::string_view text, std::size_t at) {
+    auto lead = static_cast<unsigned char>(text[at]);
+    if (lead < 0x80) return {1, lead};
+    std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC0 ? 2 : 0;
+    if (length == 0 || lead > 0xF4 || at + length > text.size()) return {};
+    char32_t code = lead & (0x7F >> length);
+    for (std::size_t k = 1; k < length; ++k) {
+        auto next = static_cast<unsigned char>(text[at + k]);
+        if ((next & 0xC0) != 0x80) return {};
+        code = (code << 6) | (next & 0x3F);
+    }
+    static constexpr char32_t shortest[] = {0, 0, 0x80, 0x800, 0x10000};
+    if (code < shortest[length] || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) return {};
+    return {length, code};
+}
+
+bool isXmlChar(char32_t code) {
+    return code == 0x9 || code == 0xA || code == 0xD || (code >= 0x20 && code <= 0xD7FF) ||
+           (code >= 0xE000 && code <= 0xFFFD) || code >= 0x10000;
+}
+
+// The text without what XML cannot hold (see isXmlText); a bad byte is dropped on its own.
+std::string xmlSafe(std::string_view text) {
+    std::string safe;
+    safe.reserve(text.size());
+    for (std::size_t at = 0; at < text.size();) {
+        Decoded decoded = decodeAt(text, at);
+        if (decoded.length == 0) {
+            ++at;
+            continue;
+        }
+        if (isXmlChar(decoded.code)) safe.append(text.substr(at, decoded.length));
+        at += decoded.length;
+    }
+    return safe;
+}
+
 class StringWriter final : public pugi::xml_writer {
   public:
     void write(const void* data, size_t size) override {
@@ -49,6 +93,24 @@ bool hasSingleRoot(const pugi::xml_document& document) {
 
 }  // namespace
 
+bool isValidUTF8(std::string_view text) {
+    for (std::size_t at = 0; at < text.size();) {
+        Decoded decoded = decodeAt(text, at);
+        if (decoded.length == 0) return false;
+        at += decoded.length;
+    }
+    return true;
+}
+
+bool isXmlText(std::string_view text) {
+    for (std::size_t at = 0; at < text.size();) {
+        Decoded decoded = decodeAt(text, at);
+        if (decoded.length == 0 || !isXmlChar(decoded.code)) return false;
+        at += decoded.length;
+    }
+    return true;
+}
+
 std::string XmlNode::name() const { return nodeOf(node_).name(); }
 
 std::string XmlNode::text() const {
@@ -64,7 +126,7 @@ void XmlNode::setText(std::string_view text) {
     pugi::xml_node node = nodeOf(node_);
     if (!node) return;
     while (node.first_child()) node.remove_child(node.first_child());
-    node.append_child(pugi::node_pcdata).set_value(asString(text).c_str());
+    node.append_child(pugi::node_pcdata).set_value(xmlSafe(text).c_str());
 }
 
 void XmlNode::setAttribute(std::string_view name, std::string_view value) {
@@ -73,7 +135,7 @@ void XmlNode::setAttribute(std::string_view name, std::string_view value) {
     std::string key = asString(name);
     pugi::xml_attribute attribute = node.attribute(key.c_str());
     if (!attribute) attribute = node.append_attribute(key.c_str());
-    attribute.set_value(asString(value).c_str());
+    attribute.set_value(xmlSafe(value).c_str());
 }
 
 std::optional<std::string> XmlNode::attribute(std::string_view name) const {
@@ -117,7 +179,7 @@ XmlNode XmlNode::appendChild(std::string_view name) {
 }
 
 void XmlNode::appendCData(std::string_view text) {
-    nodeOf(node_).append_child(pugi::node_cdata).set_value(asString(text).c_str());
+    nodeOf(node_).append_child(pugi::node_cdata).set_value(xmlSafe(text).c_str());
 }
 
 XmlNode XmlNode::appendCopy(const XmlNode& from) {

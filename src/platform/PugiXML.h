@@ -6,7 +6,8 @@
 //
 // Serialisation is the root element's compact text: no declaration, no indentation, no line
 // breaks, UTF-8, attributes in the order they were added, empty elements written as
-// <name></name>, CDATA sections kept as CDATA.
+// <name></name>, CDATA sections kept as CDATA. Text set through a handle keeps only what XML 1.0
+// can hold (see isXmlText), so whatever is written parses again.
 
 #include <memory>
 #include <optional>
@@ -15,6 +16,12 @@
 #include <vector>
 
 namespace platform {
+
+// Well-formed UTF-8: shortest forms, no surrogates, nothing above U+10FFFF.
+bool isValidUTF8(std::string_view text);
+// Valid UTF-8 of characters XML 1.0 allows (tab, line feed, carriage return, U+0020-U+D7FF,
+// U+E000-U+FFFD, U+10000 and above).
+bool isXmlText(std::string_view text);
 
 class XmlNode {
   public:
@@ -28,7 +35,8 @@ class XmlNode {
     std::string name() const;
     // The concatenated text and CDATA of the element and all its descendants.
     std::string text() const;
-    // Replaces every child of the element by one text node.
+    // Replaces every child of the element by one text node. Bytes and characters XML cannot
+    // hold are left out, here and in setAttribute and appendCData.
     void setText(std::string_view text);
 
     // Sets an attribute; a new one goes after the existing ones, an existing one keeps its place.
@@ -42,7 +50,7 @@ class XmlNode {
     XmlNode lastChild(std::string_view name) const;   // null when there is none
 
     XmlNode appendChild(std::string_view name);  // a new, empty element after the last child
-    void appendCData(std::string_view text);
+    void appendCData(std::string_view text);     // a "]]>" inside is split over two sections
     // Appends a deep copy of an element, possibly from another document; returns the copy.
     XmlNode appendCopy(const XmlNode& from);
 

@@ -117,3 +117,46 @@ TEST(PugiXML, MovedDocumentKeepsItsNodes) {
     root.setText("still here");
     EXPECT_EQ(second.toCompactString(), "<a>still here</a>");
 }
+
+TEST(PugiXML, ChecksUtf8AndXmlCharacters) {
+    struct Case {
+        const char* text;
+        bool utf8;
+        bool xml;
+    };
+    const Case cases[] = {
+        {"", true, true},
+        {"plain\t\r\n", true, true},
+        {"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80", true, true},
+        {"\x01", true, false},
+        {"\xEF\xBF\xBE", true, false},       // U+FFFE
+        {"\xC3", false, false},              // cut short
+        {"\xC0\xAF", false, false},          // overlong
+        {"\xED\xA0\x80", false, false},      // surrogate
+        {"\xF4\x90\x80\x80", false, false},  // above U+10FFFF
+        {"\xFF", false, false},
+        {"\x80", false, false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
+        EXPECT_EQ(platform::isValidUTF8(c.text), c.utf8);
+        EXPECT_EQ(platform::isXmlText(c.text), c.xml);
+    }
+}
+
+TEST(PugiXML, LeavesOutWhatXmlCannotHold) {
+    XmlDocument document;
+    XmlNode root = document.appendRoot("r");
+    root.setAttribute("a", "x\x02y");
+    root.appendChild("t").setText(std::string("a\x01\0b\xFF\xC3\xA9", 7));
+    root.appendChild("c").appendCData("u\x1Fv");
+    EXPECT_EQ(document.toCompactString(), "<r a=\"xy\"><t>ab\xC3\xA9</t><c><![CDATA[uv]]></c></r>");
+}
+
+TEST(PugiXML, CDataWithItsEndMarkerStillParses) {
+    XmlDocument document;
+    document.appendRoot("c").appendCData("a]]>b");
+    auto parsed = XmlDocument::parse(document.toCompactString());
+    ASSERT_TRUE(parsed) << document.toCompactString();
+    EXPECT_EQ(parsed->root().text(), "a]]>b");
+}
