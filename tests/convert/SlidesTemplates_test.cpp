@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "SlidesDump.h"
+#include "SlidesTestSupport.h"
 #include "convert/AnimationLinkFormat.h"
 #include "convert/PDFAnnotations.h"
 #include "platform/PugiXML.h"
