@@ -9,6 +9,7 @@
 #include "convert/AnimationLinkFormat.h"
 #include "convert/PDFAnnotations.h"
 #include "platform/NumberText.h"
+#include "platform/PugiXML.h"
 
 namespace convert {
 namespace {
@@ -48,46 +49,9 @@ PointBox toPointBox(const platform::Rect& fraction, platform::Size size) {
             toPoints(size.width * fraction.width), toPoints(fraction.height * size.height)};
 }
 
-// Length of the UTF-8 sequence starting with lead, 0 for a byte no sequence starts with.
-int sequenceLength(unsigned char lead) {
-    if (lead < 0x80) return 1;
-    if (lead >= 0xC2 && lead <= 0xDF) return 2;
-    if (lead >= 0xE0 && lead <= 0xEF) return 3;
-    if (lead >= 0xF0 && lead <= 0xF4) return 4;
-    return 0;
-}
-
-// The code point of the well-formed sequence at text[at], or nullopt.
-std::optional<char32_t> decodeAt(std::string_view text, std::size_t at, int length) {
-    if (length == 0 || at + length > text.size()) return std::nullopt;
-    static constexpr unsigned char kLeadMask[] = {0, 0x7F, 0x1F, 0x0F, 0x07};
-    static constexpr char32_t kShortest[] = {0, 0, 0x80, 0x800, 0x10000};
-    char32_t code = static_cast<unsigned char>(text[at]) & kLeadMask[length];
-    for (int k = 1; k < length; ++k) {
-        auto next = static_cast<unsigned char>(text[at + k]);
-        if ((next & 0xC0) != 0x80) return std::nullopt;
-        code = (code << 6) | (next & 0x3F);
-    }
-    if (code < kShortest[length] || code > 0x10FFFF) return std::nullopt;
-    return code;
-}
-
-bool isXmlChar(char32_t code) {
-    return code == 0x9 || code == 0xA || code == 0xD || (code >= 0x20 && code <= 0xD7FF) ||
-           (code >= 0xE000 && code <= 0xFFFD) || code >= 0x10000;
-}
-
-// Whether the text can stand inside the element's CDATA section and come back unchanged:
-// well-formed UTF-8 of characters XML allows, without the section's end marker.
+// Whether the text can stand inside the element's CDATA section and come back unchanged.
 bool isCDataText(std::string_view text) {
-    if (text.find("]]>") != std::string_view::npos) return false;
-    for (std::size_t at = 0; at < text.size();) {
-        int length = sequenceLength(static_cast<unsigned char>(text[at]));
-        std::optional<char32_t> code = decodeAt(text, at, length);
-        if (!code || !isXmlChar(*code)) return false;
-        at += length;
-    }
-    return true;
+    return platform::isXmlText(text) && text.find("]]>") == std::string_view::npos;
 }
 
 // A web link's element when address is set, else a go-to element for the one-based page.
