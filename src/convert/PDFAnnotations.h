@@ -134,8 +134,13 @@ class PDFAnnotations {
     static void writeXML(const std::string& path, const platform::XmlDocument& xml);
 
   private:
-    bool openDocument(platform::Reporter& reporter);
     int currentPageIndex() const { return static_cast<int>(pageNumber - 1); }
+    static std::optional<LinkTarget> rawURLTarget(const std::vector<platform::Annotation>& rawList,
+                                                  const platform::Rect& bounds);
+    LinkTarget goToTarget(const platform::Destination& destination) const;
+    LinkTarget namedTarget(const std::string& name) const;
+    bool isDestinationInSecondHalf(std::int64_t page, platform::Point point,
+                                   const platform::Rect& box) const;
 
     std::shared_ptr<const JobDocument> jobDocument_;
 };

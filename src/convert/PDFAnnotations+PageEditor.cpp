@@ -1,0 +1,130 @@
+#include <charconv>
+#include <string>
+
+#include "convert/PDFAnnotations.h"
+#include "platform/NumberText.h"
+
+namespace convert {
+
+namespace {
+
+using platform::XmlDocument;
+using platform::XmlNode;
+
+constexpr const char* kAnnoLink = "com.quendal.vorlinde.pageeditor.TAnnoLink";
+constexpr const char* kOpenURL = "com.quendal.vorlinde.pageeditor.TAnnoActionOpenURL";
+constexpr const char* kGotoPage = "com.quendal.vorlinde.pageeditor.TAnnoActionGotoPage";
+
+// "%f": six decimals, always with a point whatever the process locale says.
+std::string fixed6(double value) {
+    char buffer[400];  // the longest finite double in fixed notation fits
+    auto [end, error] =
+        std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, 6);
+    if (error != std::errc()) return "0.000000";
+    return std::string(buffer, end);
+}
+
+// An "anno" root whose "action" has the given type; the caller fills the action.
+XmlNode makeAnno(XmlDocument& document, const char* actionType) {
+    XmlNode anno = document.appendRoot("anno");
+    anno.setAttribute("annotype", kAnnoLink);
+    XmlNode action = anno.appendChild("action");
+    action.setAttribute("triggerEventType", "mouseDown");
+    action.setAttribute("actionType", actionType);
+    return action;
+}
+
+XmlDocument makePageAnnos(int half) {
+    XmlDocument document;
+    document.appendRoot("pageAnnos").setAttribute("pageIndex", half == 0 ? "0" : "1");
+    return document;
+}
+
+void setLocation(XmlNode anno, const platform::Rect& location) {
+    XmlNode element = anno.appendChild("location");
+    element.setAttribute("x", fixed6(location.x));
+    element.setAttribute("y", fixed6(location.y));
+    element.setAttribute("width", fixed6(location.width));
+    element.setAttribute("height", fixed6(location.height));
+}
+
+// The piece of a link that runs over the middle: it starts at the second half's left edge.
+void appendOverflowCopy(XmlNode anno, double width, XmlNode secondRoot) {
+    std::optional<XmlDocument> copy = XmlDocument::parse(anno.toCompactString());
+    if (!copy) return;
+    XmlNode location = copy->root().lastChild("location");
+    location.setAttribute("x", "0.0");
+    location.setAttribute("width", fixed6(width));
+    secondRoot.appendCopy(copy->root());
+}
+
+struct EditorPage {
+    const PDFAnnotations& converter;
+    const std::vector<platform::Annotation>& rawList;
+    bool divided = false;
+    XmlNode first;
+    XmlNode second;
+};
+
+void addEditorLink(EditorPage& page, const platform::Annotation& link) {
+    std::optional<PDFAnnotations::LinkTarget> target =
+        page.converter.resolveLinkTarget(link, page.rawList);
+    if (!target) return;
+    XmlDocument element = target->url ? PDFAnnotations::PDFActionURL2EditorXML(*target->url)
+                                      : PDFAnnotations::PDFActionGoTo2EditorXML(target->page);
+    if (page.converter.wideMode != 0) {
+        page.converter.changeGotoPageForPageEditor(element.root(), target->isDestPart1);
+    }
+    PDFAnnotations::LinkPlacement placement = page.converter.placeLink(link.bounds, page.divided);
+    setLocation(element.root(), placement.location);
+    if (placement.toSecond) {
+        // An undivided page has no second file: the link is dropped.
+        if (page.divided) page.second.appendCopy(element.root());
+        return;
+    }
+    page.first.appendCopy(element.root());
+    if (placement.overflows)
+        appendOverflowCopy(element.root(), placement.overflowWidth, page.second);
+}
+
+}  // namespace
+
+XmlDocument PDFAnnotations::PDFActionURL2EditorXML(const std::string& url) {
+    XmlDocument document;
+    makeAnno(document, kOpenURL).appendChild("url").setText(decodeLinkURL(url).value_or(""));
+    return document;
+}
+
+XmlDocument PDFAnnotations::PDFActionGoTo2EditorXML(std::int64_t page) {
+    XmlDocument document;
+    makeAnno(document, kGotoPage).appendChild("pageIndex").setText(std::to_string(page));
+    return document;
+}
+
+void PDFAnnotations::changeGotoPageForPageEditor(XmlNode anno, bool isDestPart1) const {
+    for (XmlNode action : anno.children("action")) {
+        XmlNode pageIndex = action.firstChild("pageIndex");
+        if (!pageIndex) continue;
+        std::int32_t page = platform::intValue(pageIndex.text());
+        pageIndex.setText(
+            std::to_string(std::int64_t{NewPageIndexAt(page)} + (isDestPart1 ? 1 : 0)));
+    }
+}
+
+void PDFAnnotations::parsePageWithDetectWidePage(const platform::StopFlag& stop) {
+    if (!pdfDoc) return;
+    std::vector<platform::Annotation> links = readPageLinks(stop);
+    std::vector<platform::Annotation> rawList = readRawLinks(stop);
+    XmlDocument first = makePageAnnos(0);
+    XmlDocument second = makePageAnnos(1);
+    bool divided = wideMode != 0 && isWidePageAt(pageNumber);
+    EditorPage page{*this, rawList, divided, first.root(), second.root()};
+    for (const platform::Annotation& link : links) {
+        if (stop.isSet()) break;
+        addEditorLink(page, link);
+    }
+    writeXML(outputPathForHalf(divided, 0), first);
+    if (divided) writeXML(outputPathForHalf(divided, 1), second);
+}
+
+}  // namespace convert
