@@ -2,23 +2,12 @@
 
 #include <algorithm>
 #include <iterator>
-#include <vector>
 
+#include "frontend/splitText.h"
 #include "platform/NumberText.h"
 
 namespace frontend {
 namespace {
-
-// The pieces between separators; an empty text is one empty piece.
-std::vector<std::string> split(const std::string& text, char separator) {
-    std::vector<std::string> pieces;
-    std::size_t start = 0;
-    for (std::size_t at; (at = text.find(separator, start)) != std::string::npos; start = at + 1) {
-        pieces.push_back(text.substr(start, at - start));
-    }
-    pieces.push_back(text.substr(start));
-    return pieces;
-}
 
 bool isAll(const std::string& text) {
     const auto upper = [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; };
@@ -38,7 +27,7 @@ void addPages(std::set<std::int64_t>& pages, std::int64_t first, std::int64_t la
 }
 
 void addSpan(std::set<std::int64_t>& pages, const std::string& item, std::int64_t pageCount) {
-    const std::vector<std::string> pieces = split(item, '-');
+    const std::vector<std::string> pieces = splitText(item, '-');
     if (pieces.size() != 2) return;
     const std::string first = numberStringFilter(pieces[0]);
     if (first.empty() || platform::intValue(first) == 0) return;
@@ -55,7 +44,7 @@ std::set<std::int64_t> parsePageRange(const std::string& range, std::int64_t pag
         addPages(pages, 1, pageCount, pageCount);
         return pages;
     }
-    for (const std::string& item : split(range, ',')) {
+    for (const std::string& item : splitText(range, ',')) {
         if (item.find('-') != std::string::npos) {
             addSpan(pages, item, pageCount);
         } else if (const std::int32_t page = platform::intValue(item); page != 0) {
