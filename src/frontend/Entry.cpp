@@ -1,1 +1,127 @@
-// Placeholder until the entry lands.
+#include "frontend/Entry.h"
+
+#include <span>
+#include <string_view>
+
+#include "frontend/Settings.h"
+#include "frontend/TarnShareMemory.h"
+#include "frontend/Usage.h"
+#include "frontend/security.h"
+
+namespace frontend {
+namespace {
+
+using Arguments = std::span<const std::string>;
+
+// The host's stop flag for one job: opened before the job object is made, released after the
+// job returns.
+class JobStopFlag {
+public:
+    explicit JobStopFlag(const std::optional<std::string>& identifier) {
+        shareMemoryAlloc(identifier);
+    }
+    ~JobStopFlag() { shareMemoryFree(); }
+    JobStopFlag(const JobStopFlag&) = delete;
+    JobStopFlag& operator=(const JobStopFlag&) = delete;
+
+    const platform::StopFlag& flag() const { return flag_; }
+
+private:
+    TarnStopFlag flag_;
+};
+
+convert::QXAnnos makeQXAnnos(const ConversionSettings& settings) {
+    convert::QXAnnos job;
+    job.inputFile = settings.inputFile;
+    job.outputFile = settings.outputFile;
+    job.pageRange = settings.pageRange;
+    job.password = settings.password;
+    job.wideMode = settings.wideMode;
+    job.divWidth = settings.divWidth;
+    job.isHTML5Annotions = settings.isHTML5Annotions;
+    job.taskID = settings.taskID;
+    job.isRight2Left = settings.isRight2Left;
+    job.isNewMode = settings.isNewMode;
+    job.aspectRatio = settings.aspectRatio;
+    job.isText2Link = settings.isText2Link;
+    job.typeOfText2Link = settings.typeOfText2Link;
+    return job;
+}
+
+text2link::ParsePDFTextLink makeParsePDFTextLink(const TextLinkSettings& settings) {
+    text2link::ParsePDFTextLink job;
+    job.pdfFile = settings.pdfFile;
+    job.pageRange = settings.pageRange;
+    job.password = settings.password;
+    job.taskID = settings.taskID;
+    job.parseType = settings.parseType;
+    return job;
+}
+
+std::int64_t showUsage(Arguments, platform::Reporter& reporter, JobRunner&) {
+    printUsage(reporter);
+    return 0;
+}
+
+// -b CODES
+std::int64_t runConversion(Arguments arguments, platform::Reporter& reporter, JobRunner& jobs) {
+    const std::optional<std::string> items = decodeArgumentCodes(arguments[1]);
+    if (!items) return showUsage(arguments, reporter, jobs);
+    ConversionSettings settings = readConversionSettings(*items);
+    // Measured before completeness is checked, as the host has always seen it.
+    if (settings.needsWidthDetection()) {
+        settings.divWidth = jobs.detectWidePageForFile(settings.inputFile, settings.password);
+    }
+    if (!settings.isComplete()) return showUsage(arguments, reporter, jobs);
+    const JobStopFlag stop(settings.taskID);
+    convert::QXAnnos job = makeQXAnnos(settings);
+    return jobs.parseAnnosToXML(job, stop.flag(), reporter);
+}
+
+// -a CODES, or -a PDF RANGE [PASSWORD [TYPE [ID]]]
+std::int64_t runTextLink(Arguments arguments, platform::Reporter& reporter, JobRunner& jobs) {
+    std::optional<TextLinkSettings> settings;
+    if (arguments.size() >= 3) {
+        settings = readTextLinkArguments(arguments.subspan(1));
+    } else if (const std::optional<std::string> items = decodeArgumentCodes(arguments[1])) {
+        settings = readTextLinkSettings(*items);
+    }
+    // The host expects no output here: it learns about -a jobs from their progress messages.
+    if (!settings || !settings->isComplete()) return 0;
+    const JobStopFlag stop(settings->taskID);
+    text2link::ParsePDFTextLink job = makeParsePDFTextLink(*settings);
+    jobs.parse(job, stop.flag(), reporter);
+    return 0;
+}
+
+struct Mode {
+    std::string_view flag;
+    std::size_t minimumArguments;  // the flag included
+    std::int64_t (*run)(Arguments arguments, platform::Reporter& reporter, JobRunner& jobs);
+};
+
+constexpr Mode kModes[] = {
+    {"-h", 1, showUsage},
+    {"-b", 2, runConversion},
+    {"-a", 2, runTextLink},
+};
+
+}  // namespace
+
+int runEntry(const std::vector<std::string>& arguments, platform::Reporter& reporter,
+             JobRunner& jobs) {
+    for (const Mode& mode : kModes) {
+        if (!arguments.empty() && arguments[0] == mode.flag &&
+            arguments.size() >= mode.minimumArguments) {
+            return exitStatus(mode.run(arguments, reporter, jobs));
+        }
+    }
+    return exitStatus(showUsage(arguments, reporter, jobs));
+}
+
+int exitStatus(std::int64_t jobResult) {
+    // The status the system keeps of exit(jobResult): its low 8 bits.
+    return static_cast<int>(static_cast<std::uint8_t>(jobResult));
+}
+
+}  // namespace frontend

@@ -1,0 +1,25 @@
+#include "frontend/ProcessReporter.h"
+
+#include <cstdio>
+
+#include "platform/ProgressChannel.h"
+
+namespace frontend {
+namespace {
+
+void writeLine(std::FILE* stream, const std::string& line) {
+    std::fwrite(line.data(), 1, line.size(), stream);
+    std::fputc('\n', stream);
+}
+
+}  // namespace
+
+void ProcessReporter::out(const std::string& line) { writeLine(stdout, line); }
+
+void ProcessReporter::log(const std::string& line) { writeLine(stderr, line); }
+
+void ProcessReporter::progress(const std::string& argument) {
+    platform::sendProgressMessage(argument);
+}
+
+}  // namespace frontend
