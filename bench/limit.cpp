@@ -7,9 +7,10 @@
 //   limit c <book.pdf> [page]           b, plus one link annotation per address or number found
 //                                        in the text, saved incrementally over the input
 //
-// With a page number only that page is walked (the one-page job). Written the way MuPDF's own
-// tools are, in C style: every MuPDF call sits under the one fz_try in main, and nothing with a
-// destructor is alive while MuPDF may jump.
+// With a page number only that page is walked (the one-page job). Every mode loads MuPDF's page
+// map first, since without it each page lookup walks the page tree and a whole book costs time
+// quadratic in its pages. Written the way MuPDF's own tools are, in C style: every MuPDF call
+// sits under the one fz_try in main, and nothing with a destructor is alive while MuPDF may jump.
 
 #include <mupdf/fitz.h>
 #include <mupdf/pdf.h>
@@ -20,6 +21,18 @@
 #include <cstring>
 
 namespace {
+
+// MuPDF 1.21 hands out one more reference to a page object found through the page map than it
+// keeps for itself (pdf_lookup_page_obj, and so pdf_load_page); without giving it back, every
+// page dictionary outlives the document.
+void dropMapReference(fz_context* ctx, pdf_obj* page) {
+#if FZ_VERSION_MAJOR == 1 && FZ_VERSION_MINOR == 21
+    pdf_drop_obj(ctx, page);
+#else
+    (void)ctx;
+    (void)page;
+#endif
+}
 
 struct Walk {
     int first;  // zero-based
@@ -97,6 +110,7 @@ void writePageAnnotations(fz_context* ctx, pdf_document* doc, int index, const c
     }
     std::fputs("</pageAnnos>", file);
     std::fclose(file);
+    dropMapReference(ctx, page);
 }
 
 // Every page's width first (the conversion must know the book's normal page width before it can
@@ -112,6 +126,7 @@ int runAnnotations(fz_context* ctx, const char* path, const char* outdir, const 
         fz_rect box =
             pdf_to_rect(ctx, pdf_dict_get_inheritable(ctx, pageObject, PDF_NAME(MediaBox)));
         if (box.x1 - box.x0 > widest) widest = box.x1 - box.x0;
+        dropMapReference(ctx, pageObject);
     }
     for (int i = walk.first; i < walk.last; ++i) writePageAnnotations(ctx, doc, i, outdir);
     pdf_drop_page_tree(ctx, doc);
@@ -193,18 +208,21 @@ int scanPage(fz_context* ctx, fz_page* page, bool addLinks) {
 
 int runText(fz_context* ctx, const char* path, const char* page, bool addLinks) {
     pdf_document* doc = pdf_open_document(ctx, path);
+    pdf_load_page_tree(ctx, doc);
     Walk walk = walkOf(pdf_count_pages(ctx, doc), page);
     int found = 0;
     for (int i = walk.first; i < walk.last; ++i) {
-        fz_page* p = fz_load_page(ctx, &doc->super, i);
-        found += scanPage(ctx, p, addLinks);
-        fz_drop_page(ctx, p);
+        pdf_page* p = pdf_load_page(ctx, doc, i);
+        dropMapReference(ctx, p->obj);
+        found += scanPage(ctx, &p->super, addLinks);
+        fz_drop_page(ctx, &p->super);
     }
     if (addLinks) {
         pdf_write_options options = pdf_default_write_options;
         options.do_incremental = 1;
         pdf_save_document(ctx, doc, path, &options);
     }
+    pdf_drop_page_tree(ctx, doc);
     pdf_drop_document(ctx, doc);
     return found;
 }
