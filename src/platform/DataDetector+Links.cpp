@@ -172,8 +172,8 @@ void appendLinkMatches(std::u16string_view text, std::vector<TextMatch>& out) {
             continue;
         }
         std::u16string_view linkText = text.substr(i, found->end - i);
-        out.push_back({TextMatch::Kind::Link, i, linkText.size(), urlFor(linkText, found->prefix),
-                       {}});
+        out.push_back(
+            {TextMatch::Kind::Link, i, linkText.size(), urlFor(linkText, found->prefix), {}});
         i = found->end;
     }
 }

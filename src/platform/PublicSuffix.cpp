@@ -20,9 +20,7 @@ const psl_ctx_t* suffixList() {
 
 constexpr std::size_t kMaxLabel = 63;
 
-bool isLabelByte(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-';
-}
+bool isLabelByte(char c) { return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-'; }
 
 }  // namespace
 

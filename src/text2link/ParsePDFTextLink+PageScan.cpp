@@ -66,8 +66,8 @@ void ParsePDFTextLink::parsePageWithDetector(const platform::PageText& page,
                                              std::vector<Annotation>& list,
                                              const platform::StopFlag& stop) const {
     // Both kinds are always detected so that a number inside an address is never taken alone.
-    const platform::URLFinder finder(platform::findMatches(
-        page.text, platform::kDetectLinks | platform::kDetectPhoneNumbers));
+    const platform::URLFinder finder(
+        platform::findMatches(page.text, platform::kDetectLinks | platform::kDetectPhoneNumbers));
     for (const platform::TextMatch& match : finder.matches()) {
         if (stop.isSet()) return;
         const TextRange found{match.location, match.length};
@@ -76,8 +76,8 @@ void ParsePDFTextLink::parsePageWithDetector(const platform::PageText& page,
             std::optional<std::string> url = match.url;
             const platform::TextMatch* around = finder.matchAtIndex(found.location);
             TextRange range = around ? TextRange{around->location, around->length} : found;
-            if (range.length != found.length) url = platform::parseURL(
-                platform::toUTF8(textIn(page, range)));
+            if (range.length != found.length)
+                url = platform::parseURL(platform::toUTF8(textIn(page, range)));
             if (!url) url = parseEscapedURL(textIn(page, range));
             list.push_back(makeLink(page, range, std::move(url)));
         } else {
