@@ -54,11 +54,16 @@ void ParsePDFTextLink::parsePage(const platform::Document& document, int pageInd
                                  std::vector<Annotation>& list,
                                  const platform::StopFlag& stop) const {
     auto page = document.pageText(pageIndex);
-    if (!page || page->text.empty()) return;
+    if (page) parsePageText(*page, list, stop);
+}
+
+void ParsePDFTextLink::parsePageText(const platform::PageText& page, std::vector<Annotation>& list,
+                                     const platform::StopFlag& stop) const {
+    if (page.text.empty()) return;
     if (useDataDetector) {
-        parsePageWithDetector(*page, list, stop);
+        parsePageWithDetector(page, list, stop);
     } else {
-        parsePageByIndex(*page, list, stop);
+        parsePageByIndex(page, list, stop);
     }
 }
 

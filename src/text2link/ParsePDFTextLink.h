@@ -62,6 +62,9 @@ class ParsePDFTextLink {
     // web address, e-mail address or phone number found in the text of the zero-based page.
     void parsePage(const platform::Document& document, int pageIndex,
                    std::vector<platform::Annotation>& list, const platform::StopFlag& stop) const;
+    // The same for a page's text already read; the stop flag is polled before each find.
+    void parsePageText(const platform::PageText& page, std::vector<platform::Annotation>& list,
+                       const platform::StopFlag& stop) const;
 
     // Removes the new link list[index] and returns true when it lies over an existing link of
     // checkList (one encloses the other, or one's centre lies in the other) whose host contains

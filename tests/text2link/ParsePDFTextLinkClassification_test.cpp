@@ -13,8 +13,8 @@ std::string utf8(std::u16string_view text) { return platform::toUTF8(text); }
 
 TEST(ParsePDFTextLinkInit, SixSchemeKeysInOrder) {
     ParsePDFTextLink job;
-    EXPECT_EQ(job.schumeKeys, (std::vector<std::u16string>{u"ftp:", u"https:", u"http:",
-                                                           u"mailto:", u"file:", u"tel:"}));
+    EXPECT_EQ(job.schumeKeys, (std::vector<std::u16string>{u"ftp:", u"https:", u"http:", u"mailto:",
+                                                           u"file:", u"tel:"}));
     EXPECT_EQ(job.parseType, 3);
     EXPECT_FALSE(job.password.has_value());
     EXPECT_FALSE(job.taskID.has_value());
@@ -78,20 +78,21 @@ TEST(ParsePDFTextLinkIsPhoneNumber, ThreePatterns) {
         bool expected;
     };
     const Case cases[] = {
-        {u"13812345678", true},         // pattern 1
-        {u"+86 13812345678", true},     // pattern 1 with a country code
-        {u"(86)-13812345678", true},    // brackets and a separator
-        {u"010-12345678", true},        // pattern 2
-        {u"1234567", true},             // pattern 2, seven digits
-        {u"0755 1234567 1234", true},   // pattern 2 with an extension
-        {u"800 12345", true},           // pattern 3
-        {u"+40012345678", true},        // pattern 3 (also pattern 2)
-        {u",00-12345", true},           // "[4,8]" admits the comma
+        {u"13812345678", true},        // pattern 1
+        {u"+86 13812345678", true},    // pattern 1 with a country code
+        {u"(86)-13812345678", true},   // brackets and a separator
+        {u"010-12345678", true},       // pattern 2
+        {u"1234567", true},            // pattern 2, seven digits
+        {u"0755 1234567 1234", true},  // pattern 2 with an extension
+        {u"800 12345", true},          // pattern 3
+        {u"+40012345678", true},       // pattern 3 (also pattern 2)
+        {u",00-12345", true},          // "[4,8]" admits the comma
         {u"12345", false},
         {u"", false},
-        {u"13812345678 ", false},       // whole-string match only
+        {u"13812345678 ", false},  // whole-string match only
         {u"call 13812345678", false},
-        {u"\uFF11\uFF13\uFF18\uFF11\uFF12\uFF13\uFF14\uFF15\uFF16\uFF17\uFF18", true},  // \d is Unicode
+        {u"\uFF11\uFF13\uFF18\uFF11\uFF12\uFF13\uFF14\uFF15\uFF16\uFF17\uFF18",
+         true},  // \d is Unicode
     };
     for (const Case& c : cases) {
         EXPECT_EQ(job.isPhoneNumber(c.text), c.expected) << utf8(c.text);
