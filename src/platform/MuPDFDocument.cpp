@@ -1,24 +1,188 @@
-// Placeholder until the engine layer lands.
 #include "platform/MuPDFDocument.h"
 
+#include <cstdio>
+
+#include "platform/MuPDFEngine.h"
+
 namespace platform {
-struct Document::Members {};
+namespace {
+
+Result<pdf_document*> openPdf(fz_context* ctx, const char* path) {
+    pdf_document* doc = nullptr;
+    fz_var(doc);
+    fz_try(ctx) { doc = pdf_open_document(ctx, path); }
+    fz_catch(ctx) { return mupdf::errorFromCaught(ctx, Error::Code::Format); }
+    return doc;
+}
+
+// True when the engine opened the document without a password (the empty one included).
+bool isOpenWithoutPassword(fz_context* ctx, pdf_document* doc) {
+    int result = 0;
+    fz_var(result);
+    fz_try(ctx) { result = doc->crypt == nullptr || pdf_authenticate_password(ctx, doc, ""); }
+    fz_catch(ctx) { result = 0; }
+    return result != 0;
+}
+
+bool authenticate(fz_context* ctx, pdf_document* doc, const char* password) {
+    int result = 0;
+    fz_var(result);
+    fz_try(ctx) { result = pdf_authenticate_password(ctx, doc, password); }
+    fz_catch(ctx) { result = 0; }
+    return result != 0;
+}
+
+int countPages(fz_context* ctx, pdf_document* doc) {
+    int count = 0;
+    fz_var(count);
+    fz_try(ctx) { count = pdf_count_pages(ctx, doc); }
+    fz_catch(ctx) { count = 0; }
+    return count > 0 ? count : 0;
+}
+
+// The page tree maps make page lookups by index and by object fast; a broken tree leaves the
+// engine's slower walks, which cope with it.
+bool loadPageTree(fz_context* ctx, pdf_document* doc) {
+    bool loaded = false;
+    fz_var(loaded);
+    fz_try(ctx) {
+        pdf_load_page_tree(ctx, doc);
+        loaded = true;
+    }
+    fz_catch(ctx) { loaded = false; }
+    return loaded;
+}
+
+// Returns a reference the caller owns (see isPageFromMap).
+pdf_obj* lookupPage(fz_context* ctx, pdf_document* doc, int index, bool fromMap) {
+    pdf_obj* page = nullptr;
+    fz_var(page);
+    fz_try(ctx) {
+        if (fromMap) {
+            page = pdf_load_object(ctx, doc, doc->fwd_page_map[index]);
+        } else {
+            page = pdf_keep_obj(ctx, pdf_lookup_page_obj(ctx, doc, index));
+        }
+    }
+    fz_catch(ctx) { page = nullptr; }
+    return page;
+}
+
+int lookupPageNumber(fz_context* ctx, pdf_document* doc, pdf_obj* page) {
+    int number = -1;
+    fz_var(number);
+    fz_try(ctx) {
+        if (pdf_is_int(ctx, page)) {
+            number = pdf_to_int(ctx, page);
+        } else if (pdf_is_indirect(ctx, page)) {
+            number = pdf_lookup_page_number(ctx, doc, page);
+        }
+    }
+    fz_catch(ctx) { number = -1; }
+    return number;
+}
+
+pdf_obj* trailerOf(fz_context* ctx, pdf_document* doc) {
+    pdf_obj* trailer = nullptr;
+    fz_var(trailer);
+    fz_try(ctx) { trailer = pdf_trailer(ctx, doc); }
+    fz_catch(ctx) { trailer = nullptr; }
+    return trailer;
+}
+
+void ensurePageTree(PdfObject::Handle& engine) {
+    if (engine.pageTreeTried || !engine.unlocked) return;
+    engine.pageTreeTried = true;
+    engine.pageTreeLoaded = loadPageTree(engine.ctx, engine.doc);
+}
+
+}  // namespace
+
+PdfObject::Handle::Handle(std::shared_ptr<mupdf::Context> owner, pdf_document* document)
+    : context(std::move(owner)), ctx(context->get()), doc(document) {}
+
+PdfObject::Handle::~Handle() {
+    if (pageTreeLoaded) pdf_drop_page_tree(ctx, doc);
+    pdf_drop_document(ctx, doc);
+}
+
+namespace mupdf {
+
+static_assert(FZ_VERSION_MAJOR == 1 && FZ_VERSION_MINOR == 21,
+              "check how this engine version counts page references (isPageFromMap)");
+
+bool isPageFromMap(const PdfObject::Handle& engine, int index) {
+    const pdf_document* doc = engine.doc;
+    return engine.pageTreeLoaded && index >= 0 && index < doc->map_page_count &&
+           doc->fwd_page_map[index] > 0;
+}
+
+PdfObject pageObject(const std::shared_ptr<PdfObject::Handle>& engine, int index) {
+    if (!engine || !engine->unlocked || index < 0) return {};
+    ensurePageTree(*engine);
+    if (index >= countPages(engine->ctx, engine->doc)) return {};
+    pdf_obj* page = lookupPage(engine->ctx, engine->doc, index, isPageFromMap(*engine, index));
+    PdfObject result(engine, page);
+    pdf_drop_obj(engine->ctx, page);
+    return result;
+}
+
+int pageIndexOf(const PdfObject::Handle& engine, const PdfObject& reference) {
+    int count = countPages(engine.ctx, engine.doc);
+    int index = lookupPageNumber(engine.ctx, engine.doc, PdfObjectAccess::raw(reference));
+    return index >= 0 && index < count ? index : -1;
+}
+
+}  // namespace mupdf
+
 Document::Document(std::unique_ptr<Members> members) : m_(std::move(members)) {}
 Document::Document(Document&&) noexcept = default;
 Document& Document::operator=(Document&&) noexcept = default;
 Document::~Document() = default;
-Result<Document> Document::open(const std::string&) {
-    return makeError(Error::Code::Unsupported, "not built");
+
+Result<Document> Document::open(const std::string& path) {
+    // The engine reports a missing file like a damaged one; tell them apart first.
+    if (std::FILE* probe = std::fopen(path.c_str(), "rb")) {
+        std::fclose(probe);
+    } else {
+        return makeError(Error::Code::System, "cannot open " + path);
+    }
+    std::shared_ptr<mupdf::Context> context = mupdf::sharedContext();
+    if (!context) return makeError(Error::Code::System, "out of memory");
+    Result<pdf_document*> doc = openPdf(context->get(), path.c_str());
+    if (!doc) return doc.error();
+    auto members = std::make_unique<Members>();
+    members->engine = std::make_shared<PdfObject::Handle>(context, *doc);
+    members->engine->unlocked = isOpenWithoutPassword(context->get(), *doc);
+    return Document(std::move(members));
 }
-bool Document::isEncrypted() const { return false; }
-bool Document::unlock(const std::string&) { return false; }
-bool Document::isUnlocked() const { return false; }
-int Document::pageCount() const { return 0; }
-PdfObject Document::pageObject(int) const { return {}; }
-int Document::rotation(int) const { return 0; }
-Rect Document::cropBox(int) const { return {}; }
-std::vector<Annotation> Document::annotations(int) const { return {}; }
-Result<PageText> Document::pageText(int) const { return PageText{}; }
-Status Document::addLink(int, const Rect&, const std::optional<std::string>&) { return Done{}; }
-Status Document::save(const std::string&) { return Done{}; }
+
+bool Document::isEncrypted() const { return m_ && m_->engine->doc->crypt != nullptr; }
+
+// A wrong password spoils the engine's key, so an open document is never asked again.
+bool Document::unlock(const std::string& password) {
+    if (!m_) return false;
+    PdfObject::Handle& engine = *m_->engine;
+    if (!engine.unlocked) engine.unlocked = authenticate(engine.ctx, engine.doc, password.c_str());
+    return engine.unlocked;
+}
+
+bool Document::isUnlocked() const { return m_ && m_->engine->unlocked; }
+
+int Document::pageCount() const {
+    if (!m_ || !m_->engine->unlocked) return 0;
+    ensurePageTree(*m_->engine);
+    return countPages(m_->engine->ctx, m_->engine->doc);
+}
+
+PdfObject Document::pageObject(int index) const {
+    return m_ ? mupdf::pageObject(m_->engine, index) : PdfObject();
+}
+
+PdfObject Document::catalog() const {
+    if (!m_ || !m_->engine->unlocked) return {};
+    PdfObject trailer(m_->engine, trailerOf(m_->engine->ctx, m_->engine->doc));
+    return trailer.get("Root");
+}
+
 }  // namespace platform

@@ -35,13 +35,13 @@ struct Action {
 struct Annotation {
     std::string type;  // the /Subtype name without its slash: "Link", "Widget", "Text", ...
     Rect bounds;       // the normalised /Rect
-    std::optional<std::string> url;  // a Link's /URI action target
+    std::optional<std::string> url;          // a Link's /URI action target
     std::optional<Destination> destination;  // a Link's /Dest or /GoTo target
     std::optional<Action> mouseUpAction;     // the /A action of any annotation
 };
 
 class Document {
-public:
+  public:
     // Opens the file (repairing it if the engine must). Fails on a missing or unreadable file.
     static Result<Document> open(const std::string& path);
 
@@ -54,7 +54,9 @@ public:
     bool unlock(const std::string& password);
     bool isUnlocked() const;
 
+    // Page reads need an unlocked document; a locked one has no pages and no catalog.
     int pageCount() const;
+    PdfObject catalog() const;  // the trailer's /Root dictionary
 
     // Per-page reads take a zero-based index; an index out of range gives the neutral value.
     PdfObject pageObject(int index) const;  // the page's own dictionary
@@ -69,7 +71,7 @@ public:
     // the file's permissions and encryption; incremental where the document allows it.
     Status save(const std::string& path);
 
-private:
+  private:
     struct Members;
     explicit Document(std::unique_ptr<Members> members);
     std::unique_ptr<Members> m_;

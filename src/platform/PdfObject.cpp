@@ -1,22 +1,212 @@
-// Placeholder until the engine layer lands.
 #include "platform/PdfObject.h"
 
+#include <utility>
+
+#include "platform/MuPDFEngine.h"
+
 namespace platform {
-struct PdfObject::Handle {};
+namespace {
+
+// The engine keeps names, strings and decoded text inside the object, so the pointers these
+// leaves return stay valid while the PdfObject holds its reference.
+
+int objectKind(fz_context* ctx, pdf_obj* obj, int (*test)(fz_context*, pdf_obj*)) {
+    int result = 0;
+    fz_var(result);
+    fz_try(ctx) { result = test(ctx, obj); }
+    fz_catch(ctx) { result = 0; }
+    return result;
+}
+
+const char* nameOf(fz_context* ctx, pdf_obj* obj) {
+    const char* result = nullptr;
+    fz_var(result);
+    fz_try(ctx) {
+        if (pdf_is_name(ctx, obj)) result = pdf_to_name(ctx, obj);
+    }
+    fz_catch(ctx) { result = nullptr; }
+    return result;
+}
+
+bool numberOf(fz_context* ctx, pdf_obj* obj, double* value) {
+    bool found = false;
+    fz_var(found);
+    fz_try(ctx) {
+        if (pdf_is_int(ctx, obj)) {
+            *value = static_cast<double>(pdf_to_int64(ctx, obj));
+            found = true;
+        } else if (pdf_is_real(ctx, obj)) {
+            *value = pdf_to_real(ctx, obj);
+            found = true;
+        }
+    }
+    fz_catch(ctx) { found = false; }
+    return found;
+}
+
+bool integerOf(fz_context* ctx, pdf_obj* obj, long long* value) {
+    bool found = false;
+    fz_var(found);
+    fz_try(ctx) {
+        if (pdf_is_int(ctx, obj)) {
+            *value = pdf_to_int64(ctx, obj);
+            found = true;
+        }
+    }
+    fz_catch(ctx) { found = false; }
+    return found;
+}
+
+const char* textOf(fz_context* ctx, pdf_obj* obj) {
+    const char* result = nullptr;
+    fz_var(result);
+    fz_try(ctx) {
+        if (pdf_is_string(ctx, obj)) result = pdf_to_text_string(ctx, obj);
+    }
+    fz_catch(ctx) { result = nullptr; }
+    return result;
+}
+
+const char* bytesOf(fz_context* ctx, pdf_obj* obj, size_t* length) {
+    const char* result = nullptr;
+    fz_var(result);
+    fz_try(ctx) {
+        if (pdf_is_string(ctx, obj)) {
+            result = pdf_to_str_buf(ctx, obj);
+            *length = pdf_to_str_len(ctx, obj);
+        }
+    }
+    fz_catch(ctx) { result = nullptr; }
+    return result;
+}
+
+int lengthOf(fz_context* ctx, pdf_obj* obj) {
+    int result = 0;
+    fz_var(result);
+    fz_try(ctx) { result = pdf_is_array(ctx, obj) ? pdf_array_len(ctx, obj) : 0; }
+    fz_catch(ctx) { result = 0; }
+    return result;
+}
+
+pdf_obj* elementOf(fz_context* ctx, pdf_obj* obj, int index) {
+    pdf_obj* result = nullptr;
+    fz_var(result);
+    fz_try(ctx) { result = pdf_array_get(ctx, obj, index); }
+    fz_catch(ctx) { result = nullptr; }
+    return result;
+}
+
+pdf_obj* entryOf(fz_context* ctx, pdf_obj* obj, const char* key) {
+    pdf_obj* result = nullptr;
+    fz_var(result);
+    fz_try(ctx) { result = pdf_dict_gets(ctx, obj, key); }
+    fz_catch(ctx) { result = nullptr; }
+    return result;
+}
+
+}  // namespace
+
 PdfObject::PdfObject() = default;
+
 PdfObject::PdfObject(std::shared_ptr<Handle> handle, void* object)
-    : handle_(std::move(handle)), object_(object) {}
-PdfObject::PdfObject(const PdfObject&) = default;
-PdfObject& PdfObject::operator=(const PdfObject&) = default;
-PdfObject::~PdfObject() = default;
-bool PdfObject::isNull() const { return true; }
-bool PdfObject::isDictionary() const { return false; }
-bool PdfObject::isArray() const { return false; }
-std::optional<std::string> PdfObject::name() const { return {}; }
-std::optional<double> PdfObject::number() const { return {}; }
-std::optional<long long> PdfObject::integer() const { return {}; }
-std::optional<std::string> PdfObject::textString() const { return {}; }
-std::size_t PdfObject::arrayLength() const { return 0; }
-PdfObject PdfObject::at(std::size_t) const { return {}; }
-PdfObject PdfObject::get(const std::string&) const { return {}; }
+    : handle_(std::move(handle)), object_(object) {
+    if (!handle_ || object_ == nullptr) {
+        handle_.reset();
+        object_ = nullptr;
+        return;
+    }
+    pdf_keep_obj(handle_->ctx, static_cast<pdf_obj*>(object_));
+}
+
+PdfObject::PdfObject(const PdfObject& other) : PdfObject(other.handle_, other.object_) {}
+
+PdfObject& PdfObject::operator=(const PdfObject& other) {
+    if (this != &other) *this = PdfObject(other);
+    return *this;
+}
+
+PdfObject::PdfObject(PdfObject&& other) noexcept
+    : handle_(std::move(other.handle_)), object_(std::exchange(other.object_, nullptr)) {}
+
+PdfObject& PdfObject::operator=(PdfObject&& other) noexcept {
+    if (this != &other) {
+        if (handle_) pdf_drop_obj(handle_->ctx, static_cast<pdf_obj*>(object_));
+        handle_ = std::move(other.handle_);
+        object_ = std::exchange(other.object_, nullptr);
+    }
+    return *this;
+}
+
+// The object goes before the handle, which may drop the document with it.
+PdfObject::~PdfObject() {
+    if (handle_) pdf_drop_obj(handle_->ctx, static_cast<pdf_obj*>(object_));
+}
+
+bool PdfObject::isNull() const {
+    return !handle_ || objectKind(handle_->ctx, static_cast<pdf_obj*>(object_), pdf_is_null);
+}
+
+bool PdfObject::isDictionary() const {
+    return handle_ && objectKind(handle_->ctx, static_cast<pdf_obj*>(object_), pdf_is_dict);
+}
+
+bool PdfObject::isArray() const {
+    return handle_ && objectKind(handle_->ctx, static_cast<pdf_obj*>(object_), pdf_is_array);
+}
+
+std::optional<std::string> PdfObject::name() const {
+    if (!handle_) return std::nullopt;
+    const char* name = nameOf(handle_->ctx, static_cast<pdf_obj*>(object_));
+    if (name == nullptr) return std::nullopt;
+    return std::string(name);
+}
+
+std::optional<double> PdfObject::number() const {
+    double value = 0;
+    if (!handle_ || !numberOf(handle_->ctx, static_cast<pdf_obj*>(object_), &value)) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+std::optional<long long> PdfObject::integer() const {
+    long long value = 0;
+    if (!handle_ || !integerOf(handle_->ctx, static_cast<pdf_obj*>(object_), &value)) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+std::optional<std::string> PdfObject::textString() const {
+    if (!handle_) return std::nullopt;
+    const char* text = textOf(handle_->ctx, static_cast<pdf_obj*>(object_));
+    if (text == nullptr) return std::nullopt;
+    return std::string(text);
+}
+
+std::optional<std::string> PdfObject::stringBytes() const {
+    if (!handle_) return std::nullopt;
+    size_t length = 0;
+    const char* bytes = bytesOf(handle_->ctx, static_cast<pdf_obj*>(object_), &length);
+    if (bytes == nullptr) return std::nullopt;
+    return std::string(bytes, length);
+}
+
+std::size_t PdfObject::arrayLength() const {
+    if (!handle_) return 0;
+    int length = lengthOf(handle_->ctx, static_cast<pdf_obj*>(object_));
+    return length > 0 ? static_cast<std::size_t>(length) : 0;
+}
+
+PdfObject PdfObject::at(std::size_t index) const {
+    if (!handle_ || index >= arrayLength()) return {};
+    return PdfObject(
+        handle_, elementOf(handle_->ctx, static_cast<pdf_obj*>(object_), static_cast<int>(index)));
+}
+
+PdfObject PdfObject::get(const std::string& key) const {
+    if (!handle_) return {};
+    return PdfObject(handle_, entryOf(handle_->ctx, static_cast<pdf_obj*>(object_), key.c_str()));
+}
+
 }  // namespace platform

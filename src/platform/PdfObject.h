@@ -11,28 +11,33 @@
 namespace platform {
 
 class PdfObject {
-public:
+  public:
     struct Handle;  // engine state shared with the document
     PdfObject();
+    // Takes a reference of its own to object (an engine object of handle's document).
     PdfObject(std::shared_ptr<Handle> handle, void* object);
     PdfObject(const PdfObject&);
     PdfObject& operator=(const PdfObject&);
+    PdfObject(PdfObject&&) noexcept;
+    PdfObject& operator=(PdfObject&&) noexcept;
     ~PdfObject();
 
     bool isNull() const;
     bool isDictionary() const;
     bool isArray() const;
 
-    std::optional<std::string> name() const;  // a name's bytes, without the slash
-    std::optional<double> number() const;     // integer or real
-    std::optional<long long> integer() const;  // integers only
-    std::optional<std::string> textString() const;  // a string decoded as PDF text, in UTF-8
+    std::optional<std::string> name() const;         // a name's bytes, without the slash
+    std::optional<double> number() const;            // integer or real
+    std::optional<long long> integer() const;        // integers only
+    std::optional<std::string> textString() const;   // a string decoded as PDF text, in UTF-8
+    std::optional<std::string> stringBytes() const;  // a string's bytes as written, undecoded
 
     std::size_t arrayLength() const;  // 0 for anything but an array
     PdfObject at(std::size_t index) const;
     PdfObject get(const std::string& key) const;  // dictionary entry
 
-private:
+  private:
+    friend struct PdfObjectAccess;  // the engine files reach the object they wrap
     std::shared_ptr<Handle> handle_;
     void* object_ = nullptr;
 };

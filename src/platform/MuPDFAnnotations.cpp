@@ -1,0 +1,106 @@
+// A page's annotations read straight from its /Annots array (the page is never loaded or
+// rendered, which keeps books of thousands of pages fast), and new link annotations.
+#include "platform/MuPDFDocument.h"
+#include "platform/MuPDFEngine.h"
+
+namespace platform {
+namespace {
+
+Action readAction(const PdfObject::Handle& engine, const PdfObject& catalog,
+                  const PdfObject& action) {
+    Action result;
+    std::string kind = action.get("S").name().value_or("");
+    if (kind == "GoTo") {
+        result.kind = Action::Kind::GoTo;
+        result.destination = mupdf::readDestination(engine, catalog, action.get("D"));
+    } else if (kind == "URI") {
+        result.kind = Action::Kind::URL;
+        result.url = action.get("URI").textString();
+    } else if (kind == "Named") {
+        result.kind = Action::Kind::Named;
+        result.name = action.get("N").name().value_or("");
+    }
+    return result;
+}
+
+Annotation readAnnotation(const PdfObject::Handle& engine, const PdfObject& catalog,
+                          const PdfObject& dictionary) {
+    Annotation annotation;
+    annotation.type = dictionary.get("Subtype").name().value_or("");
+    annotation.bounds = mupdf::readRect(dictionary.get("Rect"));
+    PdfObject action = dictionary.get("A");
+    if (action.isDictionary()) annotation.mouseUpAction = readAction(engine, catalog, action);
+    if (annotation.type != "Link") return annotation;
+
+    const std::optional<Action>& mouseUp = annotation.mouseUpAction;
+    if (mouseUp && mouseUp->kind == Action::Kind::URL) annotation.url = mouseUp->url;
+    PdfObject dest = dictionary.get("Dest");
+    if (!dest.isNull()) {
+        annotation.destination = mupdf::readDestination(engine, catalog, dest);
+    } else if (mouseUp && mouseUp->kind == Action::Kind::GoTo) {
+        annotation.destination = mouseUp->destination;
+    }
+    return annotation;
+}
+
+// Builds << /Type /Annot /Subtype /Link /Rect [...] /Border [0 0 0] /A <</S /URI /URI (...)>> >>
+// and appends a reference to it to the page's /Annots, creating the array when there is none.
+Status appendLink(fz_context* ctx, pdf_document* doc, pdf_obj* page, fz_rect rect, const char* url,
+                  size_t urlLength) {
+    pdf_obj* link = nullptr;
+    pdf_obj* reference = nullptr;
+    fz_var(link);
+    fz_var(reference);
+    fz_try(ctx) {
+        link = pdf_new_dict(ctx, doc, 5);
+        pdf_dict_put(ctx, link, PDF_NAME(Type), PDF_NAME(Annot));
+        pdf_dict_put(ctx, link, PDF_NAME(Subtype), PDF_NAME(Link));
+        pdf_dict_put_rect(ctx, link, PDF_NAME(Rect), rect);
+        pdf_obj* border = pdf_dict_put_array(ctx, link, PDF_NAME(Border), 3);
+        for (int i = 0; i < 3; ++i) pdf_array_push_int(ctx, border, 0);
+        if (url != nullptr) {
+            pdf_obj* action = pdf_dict_put_dict(ctx, link, PDF_NAME(A), 2);
+            pdf_dict_put(ctx, action, PDF_NAME(S), PDF_NAME(URI));
+            pdf_dict_put_string(ctx, action, PDF_NAME(URI), url, urlLength);
+        }
+        reference = pdf_add_object(ctx, doc, link);
+        pdf_obj* annots = pdf_dict_get(ctx, page, PDF_NAME(Annots));
+        if (!pdf_is_array(ctx, annots)) annots = pdf_dict_put_array(ctx, page, PDF_NAME(Annots), 1);
+        pdf_array_push(ctx, annots, reference);
+    }
+    fz_always(ctx) {
+        pdf_drop_obj(ctx, link);
+        pdf_drop_obj(ctx, reference);
+    }
+    fz_catch(ctx) { return mupdf::errorFromCaught(ctx, Error::Code::Format); }
+    return Done{};
+}
+
+}  // namespace
+
+std::vector<Annotation> Document::annotations(int index) const {
+    PdfObject annots = pageObject(index).get("Annots");
+    std::size_t count = annots.arrayLength();
+    std::vector<Annotation> result;
+    if (count == 0) return result;
+    PdfObject root = catalog();
+    for (std::size_t i = 0; i < count; ++i) {
+        PdfObject entry = annots.at(i);
+        if (entry.isDictionary()) result.push_back(readAnnotation(*m_->engine, root, entry));
+    }
+    return result;
+}
+
+Status Document::addLink(int index, const Rect& bounds, const std::optional<std::string>& url) {
+    PdfObject page = pageObject(index);
+    if (!page.isDictionary()) {
+        return makeError(Error::Code::Argument, "no page " + std::to_string(index + 1));
+    }
+    fz_rect rect =
+        fz_make_rect(static_cast<float>(bounds.minX()), static_cast<float>(bounds.minY()),
+                     static_cast<float>(bounds.maxX()), static_cast<float>(bounds.maxY()));
+    return appendLink(m_->engine->ctx, m_->engine->doc, PdfObjectAccess::raw(page), rect,
+                      url ? url->c_str() : nullptr, url ? url->size() : 0);
+}
+
+}  // namespace platform

@@ -1,0 +1,95 @@
+#pragma once
+// Private to src/platform: the engine state behind Document and PdfObject, shared by the MuPDF*
+// files. Nothing outside src/platform includes this header.
+
+#include <mupdf/fitz.h>
+#include <mupdf/pdf.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/MuPDFDocument.h"
+#include "platform/PdfObject.h"
+#include "platform/result.h"
+
+namespace platform {
+namespace mupdf {
+
+// The process-wide engine context. It is created on first use and dropped when the last
+// document using it and the process-wide reference are gone. Used from one thread only.
+class Context {
+  public:
+    explicit Context(fz_context* ctx) : ctx_(ctx) {}
+    ~Context();
+    Context(const Context&) = delete;
+    Context& operator=(const Context&) = delete;
+    fz_context* get() const { return ctx_; }
+
+  private:
+    fz_context* ctx_;
+};
+
+// Null when the engine cannot even allocate its context.
+std::shared_ptr<Context> sharedContext();
+
+// The Error for the error just caught; call only inside fz_catch.
+Error errorFromCaught(fz_context* ctx, Error::Code code);
+
+}  // namespace mupdf
+
+// One open document. Objects handed out as PdfObject keep it alive.
+struct PdfObject::Handle {
+    std::shared_ptr<mupdf::Context> context;
+    fz_context* ctx = nullptr;
+    pdf_document* doc = nullptr;
+    bool unlocked = false;
+    bool pageTreeTried = false;
+    bool pageTreeLoaded = false;
+
+    Handle(std::shared_ptr<mupdf::Context> owner, pdf_document* document);
+    ~Handle();
+    Handle(const Handle&) = delete;
+    Handle& operator=(const Handle&) = delete;
+};
+
+struct Document::Members {
+    std::shared_ptr<PdfObject::Handle> engine;
+    bool saved = false;  // later saves rewrite the whole file: the first one ended our increment
+};
+
+// What the MuPDF* files may see of a PdfObject.
+struct PdfObjectAccess {
+    static pdf_obj* raw(const PdfObject& object) { return static_cast<pdf_obj*>(object.object_); }
+};
+
+namespace mupdf {
+
+// True when the engine finds page index in its page-tree map. This engine version then hands
+// out one more reference to the page object than it keeps (pdf_lookup_page_obj, and with it
+// pdf_load_page), which the caller must drop; other lookups hand out borrowed references.
+bool isPageFromMap(const PdfObject::Handle& engine, int index);
+
+// The page dictionary of a page, the neutral object when the index is out of range, the
+// document is locked or the page cannot be found.
+PdfObject pageObject(const std::shared_ptr<PdfObject::Handle>& engine, int index);
+
+// Zero-based index of the page object that reference points to, -1 when it is no page of the
+// document. An integer is taken as the index itself.
+int pageIndexOf(const PdfObject::Handle& engine, const PdfObject& reference);
+
+// The page and point a destination leads to: an explicit array, or a name or string looked up
+// among the catalog's named destinations. None when it does not reach a page of the document.
+std::optional<Destination> readDestination(const PdfObject::Handle& engine,
+                                           const PdfObject& catalog, PdfObject target);
+
+// An output writing to *fd, which must outlive it; throws the engine's way. For use inside
+// fz_try only.
+fz_output* newFileOutput(fz_context* ctx, int* fd);
+
+// The rectangle of a four-number array, corners in any order; missing or non-numeric entries
+// count as 0.
+Rect readRect(const PdfObject& array);
+
+}  // namespace mupdf
+}  // namespace platform

@@ -1,0 +1,123 @@
+// A page's text as the engine's structured-text device sees it, with every character's box taken
+// back from the engine's display space into PDF page space.
+#include <algorithm>
+
+#include "platform/MuPDFDocument.h"
+#include "platform/MuPDFEngine.h"
+
+namespace platform {
+namespace {
+
+struct PageDeleter {
+    fz_context* ctx;
+    void operator()(fz_page* page) const { fz_drop_page(ctx, page); }
+};
+struct TextDeleter {
+    fz_context* ctx;
+    void operator()(fz_stext_page* text) const { fz_drop_stext_page(ctx, text); }
+};
+
+Result<pdf_page*> loadPage(fz_context* ctx, pdf_document* doc, int index, bool fromMap) {
+    pdf_page* page = nullptr;
+    fz_var(page);
+    fz_try(ctx) {
+        page = pdf_load_page(ctx, doc, index);
+        // The surplus reference; the page keeps its own. Only a first load of the page looks it
+        // up, and pageText drops every page it loads before it returns.
+        if (fromMap) pdf_drop_obj(ctx, page->obj);
+    }
+    fz_catch(ctx) { return mupdf::errorFromCaught(ctx, Error::Code::Format); }
+    return page;
+}
+
+// Runs the page's content stream only: the text of annotations and form fields is not page
+// text.
+Result<fz_stext_page*> readStructuredText(fz_context* ctx, pdf_page* page) {
+    fz_stext_page* text = nullptr;
+    fz_device* device = nullptr;
+    fz_var(text);
+    fz_var(device);
+    fz_try(ctx) {
+        text = fz_new_stext_page(ctx, pdf_bound_page(ctx, page));
+        fz_stext_options options = {0, 1};
+        device = fz_new_stext_device(ctx, text, &options);
+        pdf_run_page_contents(ctx, page, device, fz_identity, nullptr);
+        fz_close_device(ctx, device);
+    }
+    fz_always(ctx) { fz_drop_device(ctx, device); }
+    fz_catch(ctx) {
+        fz_drop_stext_page(ctx, text);
+        return mupdf::errorFromCaught(ctx, Error::Code::Format);
+    }
+    return text;
+}
+
+// From the engine's display space (top-left origin, rotated) back to PDF page space.
+Result<fz_matrix> displayToPageSpace(fz_context* ctx, pdf_page* page) {
+    fz_matrix ctm = fz_identity;
+    fz_var(ctm);
+    fz_try(ctx) {
+        fz_rect mediabox;
+        pdf_page_transform(ctx, page, &mediabox, &ctm);
+    }
+    fz_catch(ctx) { return mupdf::errorFromCaught(ctx, Error::Code::Format); }
+    return fz_invert_matrix(ctm);
+}
+
+Rect toPageRect(const fz_quad& quad, const fz_matrix& toPage) {
+    fz_rect r = fz_rect_from_quad(fz_transform_quad(quad, toPage));
+    return {r.x0, r.y0, r.x1 - r.x0, r.y1 - r.y0};
+}
+
+void appendCodePoint(PageText& out, int c, const Rect& box) {
+    if (c < 0 || c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) c = 0xFFFD;
+    if (c > 0xFFFF) {
+        c -= 0x10000;
+        out.text.push_back(static_cast<char16_t>(0xD800 + (c >> 10)));
+        out.text.push_back(static_cast<char16_t>(0xDC00 + (c & 0x3FF)));
+        out.boxes.insert(out.boxes.end(), 2, box);
+    } else {
+        out.text.push_back(static_cast<char16_t>(c));
+        out.boxes.push_back(box);
+    }
+}
+
+void appendLine(PageText& out, const fz_stext_line& line, const fz_matrix& toPage) {
+    if (line.first_char == nullptr) return;
+    if (!out.text.empty()) appendCodePoint(out, '\n', Rect{});
+    for (const fz_stext_char* ch = line.first_char; ch != nullptr; ch = ch->next) {
+        appendCodePoint(out, ch->c, toPageRect(ch->quad, toPage));
+    }
+}
+
+PageText collectText(const fz_stext_page& text, const fz_matrix& toPage) {
+    PageText out;
+    for (const fz_stext_block* block = text.first_block; block; block = block->next) {
+        if (block->type != FZ_STEXT_BLOCK_TEXT) continue;
+        for (const fz_stext_line* line = block->u.t.first_line; line; line = line->next) {
+            appendLine(out, *line, toPage);
+        }
+    }
+    return out;
+}
+
+}  // namespace
+
+Result<PageText> Document::pageText(int index) const {
+    if (!m_ || !m_->engine->unlocked || index < 0 || index >= pageCount()) {
+        return makeError(Error::Code::Argument, "no page " + std::to_string(index + 1));
+    }
+    fz_context* ctx = m_->engine->ctx;
+    Result<pdf_page*> loaded =
+        loadPage(ctx, m_->engine->doc, index, mupdf::isPageFromMap(*m_->engine, index));
+    if (!loaded) return loaded.error();
+    std::unique_ptr<fz_page, PageDeleter> page(&(*loaded)->super, PageDeleter{ctx});
+    Result<fz_matrix> toPage = displayToPageSpace(ctx, *loaded);
+    if (!toPage) return toPage.error();
+    Result<fz_stext_page*> text = readStructuredText(ctx, *loaded);
+    if (!text) return text.error();
+    std::unique_ptr<fz_stext_page, TextDeleter> owned(*text, TextDeleter{ctx});
+    return collectText(*owned, *toPage);
+}
+
+}  // namespace platform

@@ -1,0 +1,99 @@
+#include <gtest/gtest.h>
+
+#include "platform/MuPDFDocument.h"
+#include "support/PdfFixture.h"
+#include "support/TempDir.h"
+
+namespace {
+
+using platform::Document;
+using platform::Rect;
+using testsupport::PdfFixture;
+
+class MuPDFPage : public ::testing::Test {
+  protected:
+    Document open(const PdfFixture& fixture) {
+        fixture.write(dir_ / "p.pdf");
+        auto document = Document::open((dir_ / "p.pdf").string());
+        EXPECT_TRUE(document.ok());
+        return std::move(document).value();
+    }
+    testsupport::TempDir dir_;
+};
+
+TEST_F(MuPDFPage, RotationIsNormalised) {
+    struct Case {
+        const char* raw;
+        int expected;
+    } cases[] = {{"0", 0},     {"90", 90},     {"180", 180},  {"270", 270},  {"360", 0},
+                 {"450", 90},  {"-90", 270},   {"-180", 180}, {"-450", 270}, {"45", 0},
+                 {"90.0", 90}, {"/Ninety", 0}, {"720", 0}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.raw);
+        Document doc = open(PdfFixture().page({0, 0, 600, 800}).pageEntry("Rotate", c.raw));
+        EXPECT_EQ(doc.rotation(0), c.expected);
+    }
+}
+
+TEST_F(MuPDFPage, RotationIsInheritedFromThePageTree) {
+    Document doc =
+        open(PdfFixture().bareLeaf().page({0, 0, 10, 10}, {}, 180).pagesEntry("Rotate", "-270"));
+    EXPECT_EQ(doc.rotation(0), 90);
+    EXPECT_EQ(doc.rotation(1), 180);  // the page's own entry wins
+}
+
+TEST_F(MuPDFPage, IndirectRotation) {
+    PdfFixture fixture;
+    std::string rotate = fixture.object("270");
+    Document doc = open(fixture.page({0, 0, 600, 800}).pageEntry("Rotate", rotate));
+    EXPECT_EQ(doc.rotation(0), 270);
+}
+
+TEST_F(MuPDFPage, CropBoxDefaultsToMediaBox) {
+    Document doc = open(PdfFixture().page({10, 20, 600, 800}));
+    EXPECT_EQ(doc.cropBox(0), (Rect{10, 20, 600, 800}));
+}
+
+TEST_F(MuPDFPage, CropBoxWithNonZeroOrigin) {
+    Document doc = open(PdfFixture().page({0, 0, 600, 800}, Rect{50, 60, 500, 700}, 90));
+    EXPECT_EQ(doc.cropBox(0), (Rect{50, 60, 500, 700}));  // rotation does not turn the box
+}
+
+TEST_F(MuPDFPage, CropBoxIsClippedToMediaBox) {
+    Document doc = open(PdfFixture().page({0, 0, 600, 800}, Rect{-50, 100, 700, 800}));
+    EXPECT_EQ(doc.cropBox(0), (Rect{0, 100, 600, 700}));
+}
+
+TEST_F(MuPDFPage, CropBoxOutsideMediaBoxFallsBackToMediaBox) {
+    Document doc = open(PdfFixture().page({0, 0, 600, 800}, Rect{1000, 1000, 10, 10}));
+    EXPECT_EQ(doc.cropBox(0), (Rect{0, 0, 600, 800}));
+}
+
+TEST_F(MuPDFPage, ReversedBoxCornersAreNormalised) {
+    Document doc = open(PdfFixture()
+                            .page({0, 0, 1, 1})
+                            .pageEntry("MediaBox", "[612 792 0 0]")
+                            .pageEntry("CropBox", "[600 700 10 20]"));
+    EXPECT_EQ(doc.cropBox(0), (Rect{10, 20, 590, 680}));
+}
+
+TEST_F(MuPDFPage, BoxesAreInheritedFromThePageTree) {
+    Document doc = open(PdfFixture()
+                            .bareLeaf()
+                            .pagesEntry("MediaBox", "[0 0 1224 792]")
+                            .pagesEntry("CropBox", "[12 12 1212 780]"));
+    EXPECT_EQ(doc.cropBox(0), (Rect{12, 12, 1200, 768}));
+}
+
+TEST_F(MuPDFPage, MissingMediaBoxIsLetter) {
+    Document doc = open(PdfFixture().bareLeaf());
+    EXPECT_EQ(doc.cropBox(0), (Rect{0, 0, 612, 792}));
+}
+
+TEST_F(MuPDFPage, ParentCycleEndsTheSearch) {
+    // The /Pages node names the page as its parent: the search goes round without finding.
+    Document doc = open(PdfFixture().bareLeaf().pagesEntry("Parent", "{page:0}"));
+    EXPECT_EQ(doc.rotation(0), 0);
+}
+
+}  // namespace

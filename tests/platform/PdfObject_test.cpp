@@ -1,0 +1,122 @@
+#include "platform/PdfObject.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/MuPDFDocument.h"
+#include "support/PdfFixture.h"
+#include "support/TempDir.h"
+
+namespace {
+
+using platform::Document;
+using platform::PdfObject;
+using testsupport::PdfFixture;
+
+class PdfObjectTest : public ::testing::Test {
+  protected:
+    // The page dictionary carries one entry of every kind under test.
+    PdfObject page() {
+        PdfFixture fixture;
+        std::string indirect = fixture.object("(far away)");
+        fixture.page({0, 0, 100, 100})
+            .pageEntry("Int", "42")
+            .pageEntry("Real", "-2.5")
+            .pageEntry("Name", "/Some#20Name")
+            .pageEntry("Text", "(caf\\351)")
+            .pageEntry("Utf16", "<FEFF00480069D83DDE00>")
+            .pageEntry("Bytes", "(a\\000b)")
+            .pageEntry("Array", "[1 /Two (three) [4]]")
+            .pageEntry("Dict", "<< /Inner 7 >>")
+            .pageEntry("Null", "null")
+            .pageEntry("Indirect", indirect)
+            .pageEntry("Dangling", "99 0 R");
+        fixture.write(dir_ / "o.pdf");
+        auto document = Document::open((dir_ / "o.pdf").string());
+        EXPECT_TRUE(document.ok());
+        return document->pageObject(0);  // the object keeps the document alive
+    }
+    testsupport::TempDir dir_;
+};
+
+TEST_F(PdfObjectTest, NumbersAndIntegers) {
+    PdfObject p = page();
+    EXPECT_EQ(p.get("Int").integer(), 42);
+    EXPECT_EQ(p.get("Int").number(), 42.0);
+    EXPECT_EQ(p.get("Real").number(), -2.5);
+    EXPECT_EQ(p.get("Real").integer(), std::nullopt);
+    EXPECT_EQ(p.get("Name").number(), std::nullopt);
+}
+
+TEST_F(PdfObjectTest, NamesAreRawBytesWithoutSlash) {
+    PdfObject p = page();
+    EXPECT_EQ(p.get("Name").name(), "Some Name");
+    EXPECT_EQ(p.get("Text").name(), std::nullopt);
+}
+
+TEST_F(PdfObjectTest, TextStringsAreDecodedToUtf8) {
+    PdfObject p = page();
+    EXPECT_EQ(p.get("Text").textString(), "caf\xC3\xA9");
+    EXPECT_EQ(p.get("Utf16").textString(), "Hi\xF0\x9F\x98\x80");
+    EXPECT_EQ(p.get("Name").textString(), std::nullopt);
+    EXPECT_EQ(p.get("Indirect").textString(), "far away");
+}
+
+TEST_F(PdfObjectTest, StringBytesAreUndecoded) {
+    PdfObject p = page();
+    EXPECT_EQ(p.get("Bytes").stringBytes(), std::string("a\0b", 3));
+    EXPECT_EQ(p.get("Text").stringBytes(), "caf\xE9");
+    EXPECT_EQ(p.get("Int").stringBytes(), std::nullopt);
+}
+
+TEST_F(PdfObjectTest, ArraysAndDictionaries) {
+    PdfObject p = page();
+    PdfObject array = p.get("Array");
+    EXPECT_TRUE(array.isArray());
+    EXPECT_FALSE(array.isDictionary());
+    EXPECT_EQ(array.arrayLength(), 4u);
+    EXPECT_EQ(array.at(0).integer(), 1);
+    EXPECT_EQ(array.at(1).name(), "Two");
+    EXPECT_EQ(array.at(2).textString(), "three");
+    EXPECT_EQ(array.at(3).at(0).integer(), 4);
+    EXPECT_TRUE(array.at(4).isNull());
+    EXPECT_TRUE(p.get("Dict").isDictionary());
+    EXPECT_EQ(p.get("Dict").get("Inner").integer(), 7);
+    EXPECT_EQ(p.get("Int").arrayLength(), 0u);
+}
+
+TEST_F(PdfObjectTest, MissingAndMistypedEntriesAreNeutral) {
+    PdfObject p = page();
+    for (const char* key : {"Missing", "Null", "Dangling"}) {
+        SCOPED_TRACE(key);
+        PdfObject value = p.get(key);
+        EXPECT_TRUE(value.isNull());
+        EXPECT_FALSE(value.isDictionary());
+        EXPECT_EQ(value.integer(), std::nullopt);
+        EXPECT_EQ(value.get("Anything").integer(), std::nullopt);
+        EXPECT_TRUE(value.at(0).isNull());
+    }
+    EXPECT_TRUE(p.get("Int").get("Key").isNull());
+    EXPECT_TRUE(p.get("Dict").at(0).isNull());
+}
+
+TEST(PdfObject, DefaultIsNull) {
+    PdfObject object;
+    EXPECT_TRUE(object.isNull());
+    EXPECT_EQ(object.name(), std::nullopt);
+    EXPECT_EQ(object.arrayLength(), 0u);
+    EXPECT_TRUE(object.get("A").isNull());
+}
+
+TEST_F(PdfObjectTest, CopiesAndMovesShareTheObject) {
+    PdfObject p = page();
+    PdfObject copy = p;
+    PdfObject moved = std::move(p);
+    EXPECT_EQ(copy.get("Int").integer(), 42);
+    EXPECT_EQ(moved.get("Int").integer(), 42);
+    copy = moved.get("Dict");
+    EXPECT_EQ(copy.get("Inner").integer(), 7);
+    moved = PdfObject();
+    EXPECT_TRUE(moved.isNull());
+}
+
+}  // namespace
