@@ -1,18 +1,15 @@
 #pragma once
 // Test-only helpers for the slide writer: a dump of an XML tree with one line per leaf element
-// (its path and text, "style/left=960"), a one-line description per link element, and golden
-// file comparison.
+// (its path and text, "style/left=960") and a one-line description per link element.
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "convert/GoldenXml.h"
 #include "platform/PugiXML.h"
 
 namespace slidestest {
@@ -104,21 +101,12 @@ inline std::vector<std::string> blankSlideLines(const std::string& width,
             "elements="};
 }
 
-// The file's bytes, or nullopt when it does not exist.
-inline std::optional<std::string> readFile(const std::filesystem::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) return std::nullopt;
-    std::ostringstream bytes;
-    bytes << in.rdbuf();
-    return bytes.str();
-}
-
 // One line per link element of a slide file: id, [left top width height], action type, content
 // and target ("0 [960 670 720 30] openUrl https://a.example/ _blank"). Fails the test when the
 // file is missing or does not parse.
 inline std::vector<std::string> describeLinks(const std::filesystem::path& path) {
     std::vector<std::string> lines;
-    std::optional<std::string> bytes = readFile(path);
+    std::optional<std::string> bytes = goldenxml::readFile(path);
     EXPECT_TRUE(bytes) << path << " was not written";
     if (!bytes) return lines;
     std::optional<platform::XmlDocument> slide = platform::XmlDocument::parse(*bytes);
@@ -136,30 +124,6 @@ inline std::vector<std::string> describeLinks(const std::filesystem::path& path)
                         action.lastChild("params").lastChild("target").text());
     }
     return lines;
-}
-
-// Compares bytes with tests/convert/golden/<name>. UPDATE_GOLDEN=1 rewrites the golden file
-// instead; a mismatch leaves the actual bytes in test-output/<name> under the working folder
-// and reports the first differing position.
-inline void expectGolden(const std::string& actual, const std::string& name) {
-    std::filesystem::path golden =
-        std::filesystem::path(PDFA_SOURCE_DIR) / "tests" / "convert" / "golden" / name;
-    const char* update = std::getenv("UPDATE_GOLDEN");
-    if (update != nullptr && std::string(update) == "1") {
-        std::ofstream(golden, std::ios::binary) << actual;
-        return;
-    }
-    std::optional<std::string> expected = readFile(golden);
-    ASSERT_TRUE(expected) << "missing golden file " << golden;
-    if (actual == *expected) return;
-    std::filesystem::path out = std::filesystem::current_path() / "test-output";
-    std::filesystem::create_directories(out);
-    std::ofstream(out / name, std::ios::binary) << actual;
-    std::size_t at = 0;
-    while (at < actual.size() && at < expected->size() && actual[at] == (*expected)[at]) ++at;
-    ADD_FAILURE() << name << " differs from its golden file at byte " << at << ": expected \""
-                  << expected->substr(at, 60) << "\", got \"" << actual.substr(at, 60)
-                  << "\"; actual bytes in " << (out / name);
 }
 
 }  // namespace slidestest
