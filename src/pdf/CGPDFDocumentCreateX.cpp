@@ -1,0 +1,23 @@
+#include "pdf/CGPDFDocumentCreateX.h"
+
+namespace pdf {
+namespace {
+
+constexpr std::size_t kPasswordBufferSize = 126;
+
+}  // namespace
+
+std::optional<platform::Document> CGPDFDocumentCreateX(const std::string& path,
+                                                       const std::optional<std::string>& password) {
+    if (path.empty()) return std::nullopt;
+    platform::Result<platform::Document> opened = platform::Document::open(path);
+    if (!opened) return std::nullopt;
+    platform::Document document = std::move(opened).value();
+    if (!document.isEncrypted()) return document;
+    bool fits = password && !password->empty() && password->size() < kPasswordBufferSize;
+    if (!document.unlock("") && fits) document.unlock(*password);
+    if (!document.isUnlocked()) return std::nullopt;
+    return document;
+}
+
+}  // namespace pdf

@@ -27,7 +27,7 @@ Annotation readAnnotation(const PdfObject::Handle& engine, const PdfObject& cata
                           const PdfObject& dictionary) {
     Annotation annotation;
     annotation.type = dictionary.get("Subtype").name().value_or("");
-    annotation.bounds = mupdf::readRect(dictionary.get("Rect"));
+    annotation.bounds = dictionary.get("Rect").rectangle().value_or(Rect{});
     PdfObject action = dictionary.get("A");
     if (action.isDictionary()) annotation.mouseUpAction = readAction(engine, catalog, action);
     if (annotation.type != "Link") return annotation;

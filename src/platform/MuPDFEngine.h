@@ -87,9 +87,5 @@ std::optional<Destination> readDestination(const PdfObject::Handle& engine,
 // fz_try only.
 fz_output* newFileOutput(fz_context* ctx, int* fd);
 
-// The rectangle of a four-number array, corners in any order; missing or non-numeric entries
-// count as 0.
-Rect readRect(const PdfObject& array);
-
 }  // namespace mupdf
 }  // namespace platform

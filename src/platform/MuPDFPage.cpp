@@ -43,18 +43,6 @@ Rect intersection(const Rect& a, const Rect& b) {
 
 }  // namespace
 
-namespace mupdf {
-
-Rect readRect(const PdfObject& array) {
-    double corner[4] = {0, 0, 0, 0};
-    for (std::size_t i = 0; i < 4; ++i) corner[i] = array.at(i).number().value_or(0);
-    double x0 = std::min(corner[0], corner[2]);
-    double y0 = std::min(corner[1], corner[3]);
-    return {x0, y0, std::fabs(corner[2] - corner[0]), std::fabs(corner[3] - corner[1])};
-}
-
-}  // namespace mupdf
-
 int Document::rotation(int index) const {
     PdfObject rotate = inheritedEntry(pageObject(index), "Rotate");
     return normalisedRotation(rotate.number().value_or(0));
@@ -63,11 +51,10 @@ int Document::rotation(int index) const {
 Rect Document::cropBox(int index) const {
     PdfObject page = pageObject(index);
     if (page.isNull()) return {};
-    PdfObject media = inheritedEntry(page, "MediaBox");
-    Rect mediaBox = media.isArray() ? mupdf::readRect(media) : kLetter;
-    PdfObject crop = inheritedEntry(page, "CropBox");
-    if (!crop.isArray()) return mediaBox;
-    Rect clipped = intersection(mupdf::readRect(crop), mediaBox);
+    Rect mediaBox = inheritedEntry(page, "MediaBox").rectangle().value_or(kLetter);
+    std::optional<Rect> crop = inheritedEntry(page, "CropBox").rectangle();
+    if (!crop) return mediaBox;
+    Rect clipped = intersection(*crop, mediaBox);
     return clipped.isEmpty() ? mediaBox : clipped;
 }
 

@@ -1,5 +1,7 @@
 #include "platform/PdfObject.h"
 
+#include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "platform/MuPDFEngine.h"
@@ -190,6 +192,14 @@ std::optional<std::string> PdfObject::stringBytes() const {
     const char* bytes = bytesOf(handle_->ctx, static_cast<pdf_obj*>(object_), &length);
     if (bytes == nullptr) return std::nullopt;
     return std::string(bytes, length);
+}
+
+std::optional<Rect> PdfObject::rectangle() const {
+    if (!isArray()) return std::nullopt;
+    double n[4];
+    for (std::size_t i = 0; i < 4; ++i) n[i] = at(i).number().value_or(0);
+    return Rect{std::min(n[0], n[2]), std::min(n[1], n[3]), std::fabs(n[2] - n[0]),
+                std::fabs(n[3] - n[1])};
 }
 
 std::size_t PdfObject::arrayLength() const {

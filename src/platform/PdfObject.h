@@ -8,6 +8,8 @@
 #include <optional>
 #include <string>
 
+#include "platform/Geometry.h"
+
 namespace platform {
 
 class PdfObject {
@@ -31,6 +33,10 @@ class PdfObject {
     std::optional<long long> integer() const;        // integers only
     std::optional<std::string> textString() const;   // a string decoded as PDF text, in UTF-8
     std::optional<std::string> stringBytes() const;  // a string's bytes as written, undecoded
+
+    // An array as a rectangle: numbers 0 to 3 are two corners in either order (a missing or
+    // non-numeric one counts as 0); nullopt for anything but an array.
+    std::optional<Rect> rectangle() const;
 
     std::size_t arrayLength() const;  // 0 for anything but an array
     PdfObject at(std::size_t index) const;

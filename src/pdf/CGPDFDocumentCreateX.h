@@ -1,0 +1,18 @@
+#pragma once
+// The single place where a document password is applied when a file is opened for reading.
+
+#include <optional>
+#include <string>
+
+#include "platform/MuPDFDocument.h"
+
+namespace pdf {
+
+// Opens the PDF at path and unlocks it: an encrypted file is tried with the empty password
+// first, and only then with password, which must be non-empty and shorter than 126 bytes in
+// UTF-8 (it has to fit a 126-byte buffer with its terminator; a longer one is not tried).
+// nullopt when path is empty, the file cannot be opened, or it stays locked. Prints nothing.
+std::optional<platform::Document> CGPDFDocumentCreateX(const std::string& path,
+                                                       const std::optional<std::string>& password);
+
+}  // namespace pdf
