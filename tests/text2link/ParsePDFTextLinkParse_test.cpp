@@ -1,0 +1,422 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <sstream>
+
+#include "support/PdfFixture.h"
+#include "support/TempDir.h"
+#include "text2link/ParsePDFTextLink.h"
+
+using platform::Annotation;
+using testsupport::PdfFixture;
+using testsupport::TempDir;
+using text2link::ParsePDFTextLink;
+
+namespace {
+
+constexpr platform::Rect kLetter{0, 0, 612, 792};
+
+class RecordingReporter final : public platform::Reporter {
+  public:
+    std::function<void(const std::string&)> onProgress;
+    std::vector<std::string> progressed;
+    std::vector<std::string> lines;
+    void out(const std::string& line) override { lines.push_back("out: " + line); }
+    void log(const std::string& line) override { lines.push_back("log: " + line); }
+    void progress(const std::string& argument) override {
+        progressed.push_back(argument);
+        if (onProgress) onProgress(argument);
+    }
+};
+
+class SettableStop final : public platform::StopFlag {
+  public:
+    bool set = false;
+    bool isSet() const override { return set; }
+};
+
+std::string readBytes(const std::filesystem::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+// The links of every page, one per line with whole-number bounds: "p1 Link [72 697 89 11] url".
+std::string describeLinks(const std::filesystem::path& path,
+                          const std::string& password = std::string()) {
+    auto document = platform::Document::open(path.string());
+    if (!document) return "cannot open: " + document.error().message;
+    if (!document->unlock(password)) return "locked";
+    std::ostringstream out;
+    for (int page = 0; page < document->pageCount(); ++page) {
+        for (const Annotation& a : document->annotations(page)) {
+            out << "p" << page + 1 << " " << a.type << " [" << std::lround(a.bounds.x) << " "
+                << std::lround(a.bounds.y) << " " << std::lround(a.bounds.width) << " "
+                << std::lround(a.bounds.height) << "] " << a.url.value_or("(none)") << "\n";
+        }
+    }
+    return out.str();
+}
+
+ParsePDFTextLink jobFor(const std::filesystem::path& path, const std::string& range,
+                        std::int64_t type = 3) {
+    ParsePDFTextLink job;
+    job.pdfFile = path.string();
+    job.pageRange = range;
+    job.parseType = type;
+    return job;
+}
+
+void run(ParsePDFTextLink& job, RecordingReporter& reporter,
+         const platform::StopFlag& stop = platform::NeverStop()) {
+    job.parse(stop, reporter);
+}
+
+// A page whose one line holds a web address, an e-mail address and a mobile number; the
+// address's text covers [72 696 95 16] and the tag is four letters long.
+PdfFixture& pageWithAllKinds(PdfFixture& pdf, const std::string& tag = "info") {
+    return pdf.page(kLetter).text(72, 700, 12, "www.example.org " + tag + "@mail.cn 13812345678");
+}
+
+std::string existingLink(const std::string& rect, const std::string& uri) {
+    return "<< /Type /Annot /Subtype /Link /Rect " + rect + " /A << /S /URI /URI (" + uri +
+           ") >> >>";
+}
+
+const std::string kAllKindsLinks =
+    "Link [72 696 95 16] http://www.example.org\n"
+    "Link [171 696 70 16] mailto:info@mail.cn\n"
+    "Link [244 696 73 16] tel:13812345678\n";
+
+// kAllKindsLinks for the given page, without the kinds left out.
+std::string allKindsOn(int page, bool phones = true) {
+    std::istringstream in(kAllKindsLinks);
+    std::string out;
+    for (std::string line; std::getline(in, line);) {
+        if (!phones && line.find("tel:") != std::string::npos) continue;
+        out += "p" + std::to_string(page) + " " + line + "\n";
+    }
+    return out;
+}
+
+// Becomes set at the given poll after the reporter announced the page.
+class StopDuringPage final : public platform::StopFlag {
+  public:
+    StopDuringPage(RecordingReporter& reporter, std::string page, int poll) : stopAt_(poll) {
+        reporter.onProgress = [this, page](const std::string& argument) {
+            if (argument == page) counting_ = true;
+        };
+    }
+    bool isSet() const override { return counting_ && ++polls_ >= stopAt_; }
+
+  private:
+    int stopAt_;
+    bool counting_ = false;
+    mutable int polls_ = 0;
+};
+
+}  // namespace
+
+TEST(ParsePDFTextLinkParse, AddsAllThreeKindsOverTheirText) {
+    TempDir dir;
+    PdfFixture pdf;
+    pageWithAllKinds(pdf).write(dir / "a.pdf");
+    ParsePDFTextLink job = jobFor(dir / "a.pdf", "ALL");
+    RecordingReporter reporter;
+    run(job, reporter);
+    EXPECT_EQ(reporter.progressed, std::vector<std::string>{"1"});
+    EXPECT_EQ(reporter.lines, std::vector<std::string>{});
+    EXPECT_EQ(describeLinks(dir / "a.pdf"), allKindsOn(1));
+}
+
+TEST(ParsePDFTextLinkParse, TypeOneAddsNoPhoneLinks) {
+    TempDir dir;
+    PdfFixture pdf;
+    pageWithAllKinds(pdf).write(dir / "a.pdf");
+    ParsePDFTextLink job = jobFor(dir / "a.pdf", "1", 1);
+    RecordingReporter reporter;
+    run(job, reporter);
+    EXPECT_EQ(describeLinks(dir / "a.pdf"), allKindsOn(1, false));
+}
+
+TEST(ParsePDFTextLinkParse, TypeZeroBehavesAsOne) {
+    TempDir dir;
+    PdfFixture pdf;
+    pageWithAllKinds(pdf).write(dir / "a.pdf");
+    ParsePDFTextLink job = jobFor(dir / "a.pdf", "1", 0);
+    RecordingReporter reporter;
+    run(job, reporter);
+    EXPECT_EQ(job.parseType, 1);
+    EXPECT_EQ(describeLinks(dir / "a.pdf"), allKindsOn(1, false));
+}
+
+TEST(ParsePDFTextLinkParse, TypeTwoAddsOnlyPhoneLinks) {
+    TempDir dir;
+    PdfFixture pdf;
+    pageWithAllKinds(pdf).write(dir / "a.pdf");
+    ParsePDFTextLink job = jobFor(dir / "a.pdf", "1", 2);
+    RecordingReporter reporter;
+    run(job, reporter);
+    EXPECT_EQ(describeLinks(dir / "a.pdf"), "p1 Link [244 696 73 16] tel:13812345678\n");
+}
+
+TEST(ParsePDFTextLinkParse, FiveDigitNumberIsNotLinked) {
+    TempDir dir;
+    PdfFixture pdf;
+    pdf.page(kLetter).text(72, 700, 12, "Room 12345, desk 010-12345678").write(dir / "a.pdf");
+    ParsePDFTextLink job = jobFor(dir / "a.pdf", "ALL");
+    RecordingReporter reporter;
+    run(job, reporter);
+    EXPECT_EQ(describeLinks(dir / "a.pdf"), "p1 Link [176 696 77 16] tel:010-12345678\n");
+}
+
+TEST(ParsePDFTextLinkParse, RangeScansOnlyItsPagesInOrder) {
+    TempDir dir;
+    PdfFixture pdf;
+    for (int page = 0; page < 6; ++page) pageWithAllKinds(pdf);
+    pdf.write(dir / "a.pdf");
+    ParsePDFTextLink job = jobFor(dir / "a.pdf", "5,2");
+    RecordingReporter reporter;
+    run(job, reporter);
+    EXPECT_EQ(reporter.progressed, (std::vector<std::string>{"2", "5"}));
+    EXPECT_EQ(describeLinks(dir / "a.pdf"), allKindsOn(2) + allKindsOn(5));
+}
+
+TEST(ParsePDFTextLinkParse, ExistingLinkWithTheSameHostIsNotRepeated) {
+    TempDir dir;
+    PdfFixture pdf;
+    pageWithAllKinds(pdf).annot(existingLink("[70 690 170 715]", "http://example.org/home"));
+    pdf.write(dir / "a.pdf");
+    ParsePDFTextLink job = jobFor(dir / "a.pdf", "ALL");
+    RecordingReporter reporter;
+    run(job, reporter);
+    EXPECT_EQ(describeLinks(dir / "a.pdf"),
+              "p1 Link [70 690 100 25] http://example.org/home\n"
+              "p1 Link [171 696 70 16] mailto:info@mail.cn\n"
+              "p1 Link [244 696 73 16] tel:13812345678\n");
+}
+
+TEST(ParsePDFTextLinkParse, ExistingLinkWithAnotherHostKeepsTheNewLink) {
+    TempDir dir;
+    PdfFixture pdf;
+    pageWithAllKinds(pdf).annot(existingLink("[70 690 170 715]", "http://other.net"));
+    pdf.write(dir / "a.pdf");
+    ParsePDFTextLink job = jobFor(dir / "a.pdf", "ALL");
+    RecordingReporter reporter;
+    run(job, reporter);
+    EXPECT_EQ(describeLinks(dir / "a.pdf"),
+              "p1 Link [70 690 100 25] http://other.net\n" + allKindsOn(1));
+}
+
+TEST(ParsePDFTextLinkParse, ThinExistingLinkNeverDropsANewOne) {
+    TempDir dir;
+    PdfFixture pdf;
+    pageWithAllKinds(pdf)
+        .annot(existingLink("[70 700 170 700.05]", "http://www.example.org"))
+        .annot(existingLink("[120 690 120.05 715]", "http://www.example.org"));
+    pdf.write(dir / "a.pdf");
+    ParsePDFTextLink job = jobFor(dir / "a.pdf", "ALL");
+    RecordingReporter reporter;
+    run(job, reporter);
+    EXPECT_EQ(describeLinks(dir / "a.pdf"),
+              "p1 Link [70 700 100 0] http://www.example.org\n"
+              "p1 Link [120 690 0 25] http://www.example.org\n" +
+                  allKindsOn(1));
+}
+
+TEST(ParsePDFTextLinkParse, ExistingLinksOnOtherPagesDoNotCount) {
+    TempDir dir;
+    PdfFixture pdf;
+    pdf.page(kLetter).annot(existingLink("[70 690 170 715]", "http://www.example.org"));
+    pageWithAllKinds(pdf);
+    pdf.write(dir / "a.pdf");
+    ParsePDFTextLink job = jobFor(dir / "a.pdf", "ALL");
+    RecordingReporter reporter;
+    run(job, reporter);
+    EXPECT_EQ(describeLinks(dir / "a.pdf"),
+              "p1 Link [70 690 100 25] http://www.example.org\n" + allKindsOn(2));
+}
+
+TEST(ParsePDFTextLinkParse, StopDuringPageThreeKeepsItsEarlierFindsAndSaves) {
+    TempDir dir;
+    PdfFixture pdf;
+    pageWithAllKinds(pdf);
+    pageWithAllKinds(pdf);
+    pageWithAllKinds(pdf).annot(existingLink("[70 690 170 715]", "http://example.org"));
+    pageWithAllKinds(pdf);
+    pageWithAllKinds(pdf);
+    pdf.write(dir / "a.pdf");
+    ParsePDFTextLink job = jobFor(dir / "a.pdf", "1-5");
+    RecordingReporter reporter;
+    // Poll 1 admits page 3's first find; poll 2, before its second, sees the stop.
+    StopDuringPage stop(reporter, "3", 2);
+    run(job, reporter, stop);
+    EXPECT_EQ(reporter.progressed, (std::vector<std::string>{"1", "2", "3"}));
+    // The address on page 3 is added beside the existing link: the stop also cut the
+    // collection of existing links short.
+    EXPECT_EQ(describeLinks(dir / "a.pdf"), allKindsOn(1) + allKindsOn(2) +
+                                                "p3 Link [70 690 100 25] http://example.org\n"
+                                                "p3 Link [72 696 95 16] http://www.example.org\n");
+}
+
+TEST(ParsePDFTextLinkParse, StopBeforeTheFirstPageStillSaves) {
+    TempDir dir;
+    PdfFixture pdf;
+    pageWithAllKinds(pdf).write(dir / "a.pdf");
+    ParsePDFTextLink job = jobFor(dir / "a.pdf", "ALL");
+    RecordingReporter reporter;
+    SettableStop stop;
+    stop.set = true;
+    run(job, reporter, stop);
+    EXPECT_EQ(reporter.progressed, std::vector<std::string>{});
+    EXPECT_EQ(describeLinks(dir / "a.pdf"), "");
+}
+
+TEST(ParsePDFTextLinkParse, StopParseWithTheTaskIDEndsAfterTheCurrentPage) {
+    TempDir dir;
+    PdfFixture pdf;
+    for (int page = 0; page < 3; ++page) pageWithAllKinds(pdf);
+    pdf.write(dir / "a.pdf");
+    ParsePDFTextLink job = jobFor(dir / "a.pdf", "ALL");
+    job.taskID = "job-7";
+    job.stopParse("job-7");  // cleared when parse starts
+    RecordingReporter reporter;
+    reporter.onProgress = [&job](const std::string& page) {
+        job.stopParse(std::nullopt);
+        job.stopParse("job-8");
+        if (page == "2") job.stopParse("job-7");
+    };
+    run(job, reporter);
+    EXPECT_EQ(reporter.progressed, (std::vector<std::string>{"1", "2"}));
+    EXPECT_EQ(describeLinks(dir / "a.pdf"), allKindsOn(1) + allKindsOn(2));
+}
+
+TEST(ParsePDFTextLinkParse, StopParseWithoutATaskIDDoesNothing) {
+    TempDir dir;
+    PdfFixture pdf;
+    for (int page = 0; page < 2; ++page) pageWithAllKinds(pdf);
+    pdf.write(dir / "a.pdf");
+    ParsePDFTextLink job = jobFor(dir / "a.pdf", "ALL");
+    RecordingReporter reporter;
+    reporter.onProgress = [&job](const std::string&) { job.stopParse("job-7"); };
+    run(job, reporter);
+    EXPECT_EQ(reporter.progressed, (std::vector<std::string>{"1", "2"}));
+}
+
+TEST(ParsePDFTextLinkParse, RunningTwiceRepeatsOnlyLinksWithoutHost) {
+    TempDir dir;
+    PdfFixture pdf;
+    pageWithAllKinds(pdf).write(dir / "a.pdf");
+    for (int pass = 0; pass < 2; ++pass) {
+        ParsePDFTextLink job = jobFor(dir / "a.pdf", "ALL");
+        RecordingReporter reporter;
+        run(job, reporter);
+    }
+    EXPECT_EQ(describeLinks(dir / "a.pdf"), allKindsOn(1) +
+                                                "p1 Link [171 696 70 16] mailto:info@mail.cn\n"
+                                                "p1 Link [244 696 73 16] tel:13812345678\n");
+}
+
+TEST(ParsePDFTextLinkParse, PageWithoutTextIsLeftAlone) {
+    TempDir dir;
+    PdfFixture pdf;
+    pdf.page(kLetter);
+    pageWithAllKinds(pdf);
+    pdf.write(dir / "a.pdf");
+    ParsePDFTextLink job = jobFor(dir / "a.pdf", "ALL");
+    RecordingReporter reporter;
+    run(job, reporter);
+    EXPECT_EQ(reporter.progressed, (std::vector<std::string>{"1", "2"}));
+    EXPECT_EQ(describeLinks(dir / "a.pdf"), allKindsOn(2));
+}
+
+TEST(ParsePDFTextLinkParse, MissingFileIsNotCreated) {
+    TempDir dir;
+    ParsePDFTextLink job = jobFor(dir / "missing.pdf", "ALL");
+    RecordingReporter reporter;
+    run(job, reporter);
+    EXPECT_FALSE(std::filesystem::exists(dir / "missing.pdf"));
+    EXPECT_EQ(reporter.progressed, std::vector<std::string>{});
+    EXPECT_EQ(reporter.lines, std::vector<std::string>{});
+}
+
+TEST(ParsePDFTextLinkParse, FileThatIsNoPDFIsLeftUntouched) {
+    TempDir dir;
+    std::ofstream(dir / "a.pdf", std::ios::binary) << "not a PDF at all\n";
+    ParsePDFTextLink job = jobFor(dir / "a.pdf", "ALL");
+    RecordingReporter reporter;
+    run(job, reporter);
+    EXPECT_EQ(readBytes(dir / "a.pdf"), "not a PDF at all\n");
+    EXPECT_EQ(reporter.progressed, std::vector<std::string>{});
+}
+
+TEST(ParsePDFTextLinkParse, RangeSelectingNoPageLeavesTheFileUntouched) {
+    TempDir dir;
+    PdfFixture pdf;
+    pageWithAllKinds(pdf);
+    pageWithAllKinds(pdf);
+    pdf.write(dir / "a.pdf");
+    const std::string before = readBytes(dir / "a.pdf");
+    for (const char* range : {"9", "", "0", "3-1"}) {
+        ParsePDFTextLink job = jobFor(dir / "a.pdf", range);
+        RecordingReporter reporter;
+        run(job, reporter);
+        EXPECT_EQ(reporter.progressed, std::vector<std::string>{}) << range;
+        EXPECT_EQ(readBytes(dir / "a.pdf"), before) << range;
+    }
+}
+
+TEST(ParsePDFTextLinkParse, LockedFileWithTheWrongPasswordIsLeftUntouched) {
+    TempDir dir;
+    PdfFixture pdf;
+    pageWithAllKinds(pdf);
+    pdf.writeEncrypted(dir / "a.pdf", "user", "owner", "aes-128");
+    const std::string before = readBytes(dir / "a.pdf");
+    for (std::optional<std::string> password :
+         {std::optional<std::string>{}, std::optional<std::string>{"wrong"}}) {
+        ParsePDFTextLink job = jobFor(dir / "a.pdf", "ALL");
+        job.password = password;
+        RecordingReporter reporter;
+        run(job, reporter);
+        EXPECT_EQ(reporter.progressed, std::vector<std::string>{});
+        EXPECT_EQ(readBytes(dir / "a.pdf"), before);
+    }
+}
+
+TEST(ParsePDFTextLinkParse, LockedFileOpensWithThePasswordAndStaysEncrypted) {
+    TempDir dir;
+    PdfFixture pdf;
+    pageWithAllKinds(pdf);
+    pdf.writeEncrypted(dir / "a.pdf", "user", "owner", "aes-128");
+    ParsePDFTextLink job = jobFor(dir / "a.pdf", "ALL");
+    job.password = "user";
+    RecordingReporter reporter;
+    run(job, reporter);
+    EXPECT_EQ(reporter.progressed, std::vector<std::string>{"1"});
+    EXPECT_EQ(describeLinks(dir / "a.pdf"), "locked");
+    EXPECT_EQ(describeLinks(dir / "a.pdf", "user"), allKindsOn(1));
+}
+
+TEST(ParsePDFTextLinkParse, OwnerPasswordOnlyFileOpensWithTheEmptyPassword) {
+    TempDir dir;
+    PdfFixture pdf;
+    pageWithAllKinds(pdf);
+    pdf.writeEncrypted(dir / "a.pdf", "", "owner", "rc4-128");
+    ParsePDFTextLink job = jobFor(dir / "a.pdf", "ALL");
+    job.password = "wrong";
+    RecordingReporter reporter;
+    run(job, reporter);
+    EXPECT_EQ(describeLinks(dir / "a.pdf"), allKindsOn(1));
+}
+
+TEST(ParsePDFTextLinkMessages, ProgressAndStopTexts) {
+    ParsePDFTextLink job;
+    RecordingReporter reporter;
+    job.setMessage(7, reporter);
+    job.setStopMessage(3, reporter);
+    job.setMessage(std::int64_t{1} << 32 | 5, reporter);  // "%d" shows the low 32 bits
+    job.setMessage(-1, reporter);
+    EXPECT_EQ(reporter.progressed, (std::vector<std::string>{"7", "stop3", "5", "-1"}));
+}
