@@ -14,8 +14,8 @@
 namespace convert {
 namespace {
 
-// The copy of a link that runs over the middle of a divided page gets the link's index plus
-// this offset as its id, so it can never collide with an id of the page's own links.
+// The copy of a link that runs over the middle of a divided page takes the link's index plus
+// this fixed offset as its id; the editor knows copies by it.
 constexpr std::int32_t kOverflowIdOffset = 1981;
 
 // The two "elements" lists of a page's slides; second is null when the page is not divided.
