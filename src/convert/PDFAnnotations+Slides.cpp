@@ -15,7 +15,7 @@ namespace convert {
 namespace {
 
 // The copy of a link that runs over the middle of a divided page takes the link's index plus
-// this fixed offset as its id; the editor knows copies by it.
+// this fixed offset as its id (and so as its name and z-order).
 constexpr std::int32_t kOverflowIdOffset = 1981;
 
 // The two "elements" lists of a page's slides; second is null when the page is not divided.
