@@ -1,0 +1,187 @@
+// Every PDF of the shared corpus of real-world files goes through everything the jobs read:
+// opening with its passwords, each page's geometry, annotations (the model's and the raw link
+// list), text, and the single-page width estimate. Nothing may crash, hang, leak or report a
+// sanitizer error; where the corpus manifest documents facts, the answers must agree.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "pdf/CGPDFDocumentCreateX.h"
+#include "pdf/ImprovePDFPage.h"
+#include "pdf/detectWidePageForFile.h"
+#include "platform/MuPDFDocument.h"
+#include "support/TempDir.h"
+
+namespace {
+
+struct CorpusFile {
+    std::string file;
+    std::string pages;  // a number, "N (mutool)" or "n/a"
+    std::string encryption;
+    std::string categories;  // comma-separated; "damaged" among them for broken files
+    std::optional<std::string> userPassword;  // nullopt when unknown or not encrypted
+    std::optional<std::string> ownerPassword;
+    std::string linkUriCount;  // a number or "n/a"
+    std::string linkNamedCount;
+    std::string notes;
+};
+
+std::vector<std::string> splitTabs(const std::string& line) {
+    std::vector<std::string> fields;
+    std::stringstream in(line);
+    std::string field;
+    while (std::getline(in, field, '\t')) fields.push_back(field);
+    return fields;
+}
+
+// The manifest writes "-" for no encryption, "(empty)" for the empty password and "(unknown)"
+// for one nobody documented; any other value is the password in UTF-8.
+std::optional<std::string> passwordField(const std::string& field) {
+    if (field == "-" || field == "(unknown)") return std::nullopt;
+    if (field == "(empty)") return std::string();
+    return field;
+}
+
+std::vector<CorpusFile> readManifest() {
+    std::ifstream in(std::string(PDFA_CORPUS_DIR) + "/MANIFEST.tsv");
+    std::string line;
+    std::getline(in, line);
+    std::vector<std::string> header = splitTabs(line);
+    auto column = [&](const std::string& name) {
+        return static_cast<std::size_t>(std::find(header.begin(), header.end(), name) -
+                                        header.begin());
+    };
+    std::vector<CorpusFile> files;
+    while (std::getline(in, line)) {
+        std::vector<std::string> f = splitTabs(line);
+        f.resize(header.size());
+        files.push_back({f[column("file")], f[column("pages")], f[column("encryption")],
+                         f[column("categories")], passwordField(f[column("user_password")]),
+                         passwordField(f[column("owner_password")]), f[column("link_uri_count")],
+                         f[column("link_named_count")], f[column("notes")]});
+    }
+    return files;
+}
+
+std::string testName(const ::testing::TestParamInfo<CorpusFile>& info) {
+    std::string name = std::to_string(info.index) + "_";
+    for (char c : info.param.file) name += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
+    return name;
+}
+
+bool isNumber(const std::string& text) {
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+}
+
+// The manifest's counts come from another reader's view of the object graph. They must match
+// ours for intact files; how far a damaged file can be recovered differs between readers.
+bool hasExactCounts(const CorpusFile& file) {
+    return isNumber(file.pages) && file.categories.find("damaged") == std::string::npos;
+}
+
+std::string path(const CorpusFile& file) { return std::string(PDFA_CORPUS_DIR) + "/" + file.file; }
+
+class Corpus : public ::testing::TestWithParam<CorpusFile> {};
+
+// Test names already carry the file; this keeps gtest from dumping the record's bytes.
+void PrintTo(const CorpusFile& file, std::ostream* out) { *out << file.file; }
+
+struct LinkCounts {
+    long uri = 0;
+    long named = 0;
+};
+
+std::optional<std::string> unlockingPassword(platform::Document& document, const CorpusFile& file) {
+    for (const auto& password :
+         {std::optional<std::string>(""), file.userPassword, file.ownerPassword}) {
+        if (password && document.unlock(*password)) return password;
+    }
+    return std::nullopt;
+}
+
+LinkCounts readEveryPage(const platform::Document& document) {
+    LinkCounts counts;
+    pdf::StructParentMap map = pdf::buildStructParentMap(document);
+    platform::NeverStop never;
+    int count = document.pageCount();
+    for (int index = 0; index < count; ++index) {
+        int rotation = document.rotation(index);
+        EXPECT_TRUE(rotation == 0 || rotation == 90 || rotation == 180 || rotation == 270);
+        platform::Rect box = document.cropBox(index);
+        EXPECT_GE(box.width, 0);
+        EXPECT_GE(box.height, 0);
+        for (const platform::Annotation& a : document.annotations(index)) {
+            if (a.type != "Link" || !a.mouseUpAction) continue;
+            counts.uri += a.mouseUpAction->kind == platform::Action::Kind::URL ? 1 : 0;
+            counts.named += a.mouseUpAction->kind == platform::Action::Kind::Named ? 1 : 0;
+        }
+        pdf::fmAnnotations(document, index, map, never);
+        auto text = document.pageText(index);
+        if (text.ok()) EXPECT_EQ(text->text.size(), text->boxes.size());
+    }
+    return counts;
+}
+
+TEST_P(Corpus, EverythingTheJobsReadIsReadSafely) {
+    const CorpusFile& file = GetParam();
+    auto opened = platform::Document::open(path(file));
+    if (!opened.ok()) {
+        EXPECT_FALSE(hasExactCounts(file) && file.encryption == "none")
+            << "an intact file failed to open: " << opened.error().message;
+        return;
+    }
+    platform::Document& document = *opened;
+    bool unlocked = document.unlock("") ||
+                    (file.userPassword && document.unlock(*file.userPassword)) ||
+                    (file.ownerPassword && document.unlock(*file.ownerPassword));
+    if (file.userPassword || file.ownerPassword || file.encryption == "none") {
+        EXPECT_TRUE(unlocked) << "the documented password did not unlock " << file.encryption;
+    }
+    LinkCounts counts = readEveryPage(document);
+    if (unlocked && hasExactCounts(file)) {
+        EXPECT_EQ(document.pageCount(), std::stol(file.pages));
+        if (isNumber(file.linkUriCount)) EXPECT_EQ(counts.uri, std::stol(file.linkUriCount));
+        if (isNumber(file.linkNamedCount)) EXPECT_EQ(counts.named, std::stol(file.linkNamedCount));
+    }
+}
+
+TEST_P(Corpus, OpeningAndWidthEstimateFollowThePasswordRules) {
+    const CorpusFile& file = GetParam();
+    auto document = pdf::CGPDFDocumentCreateX(path(file), file.userPassword);
+    bool intact = hasExactCounts(file) && (file.encryption == "none" || file.userPassword);
+    if (intact && file.userPassword.value_or("").size() < 126) {
+        EXPECT_TRUE(document.has_value());
+    }
+    std::int64_t width = pdf::detectWidePageForFile(path(file), file.userPassword);
+    EXPECT_GE(width, 0);
+    if (!document) EXPECT_EQ(width, 0);
+}
+
+// The text-to-link job's write: a link added to the first page and the file saved over itself.
+TEST_P(Corpus, SavedLinkReadsBackAndEncryptionStays) {
+    const CorpusFile& file = GetParam();
+    testsupport::TempDir dir;
+    std::filesystem::path copy = dir / "copy.pdf";
+    std::filesystem::copy_file(path(file), copy);
+    auto opened = platform::Document::open(copy.string());
+    if (!opened.ok()) return;
+    std::optional<std::string> password = unlockingPassword(*opened, file);
+    if (!password || opened->pageCount() == 0) return;
+    bool encrypted = opened->isEncrypted();
+    std::size_t before = opened->annotations(0).size();
+    ASSERT_TRUE(opened->addLink(0, {10, 20, 30, 40}, std::string("https://saved.example/")).ok());
+    ASSERT_TRUE(opened->save(copy.string()).ok());
+    opened = platform::Document::open(copy.string());
+    ASSERT_TRUE(opened.ok());
+    EXPECT_EQ(opened->isEncrypted(), encrypted);
+    ASSERT_TRUE(opened->unlock(*password));
+    auto annotations = opened->annotations(0);
+    ASSERT_EQ(annotations.size(), before + 1);
+    EXPECT_EQ(annotations.back().url, "https://saved.example/");
+    EXPECT_EQ(annotations.back().bounds, (platform::Rect{10, 20, 30, 40}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, Corpus, ::testing::ValuesIn(readManifest()), testName);
+
+}  // namespace
