@@ -9,7 +9,7 @@ namespace {
 // Reads the template from left to right; nothing is ever skipped, so blanks and line breaks
 // are part of whatever is taken.
 class Scanner {
-  public:
+public:
     explicit Scanner(std::string_view text) : text_(text) {}
 
     bool atEnd() const { return position_ >= text_.size(); }
@@ -27,7 +27,7 @@ class Scanner {
         if (text_.substr(position_, marker.size()) == marker) position_ += marker.size();
     }
 
-  private:
+private:
     std::string_view text_;
     std::size_t position_ = 0;
 };

@@ -9,7 +9,7 @@
 namespace convert {
 
 class TextTemplate {
-  public:
+public:
     // No template text counts as the empty text.
     explicit TextTemplate(std::optional<std::string> templateText);
 
@@ -28,7 +28,7 @@ class TextTemplate {
         keyAndValues_ = std::move(items);
     }
 
-  private:
+private:
     std::string fromStr_;
     std::map<std::string, std::string> keyAndValues_;
     std::string outStr_;

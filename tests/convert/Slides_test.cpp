@@ -23,7 +23,7 @@ using slidestest::describeLinks;
 using Lines = std::vector<std::string>;
 
 class RecordingReporter final : public platform::Reporter {
-  public:
+public:
     void out(const std::string& line) override { lines.push_back("out: " + line); }
     void log(const std::string& line) override { lines.push_back("log: " + line); }
     void progress(const std::string& argument) override {
@@ -33,7 +33,7 @@ class RecordingReporter final : public platform::Reporter {
 };
 
 class AlwaysStop final : public platform::StopFlag {
-  public:
+public:
     bool isSet() const override { return true; }
 };
 
@@ -55,7 +55,7 @@ std::string namedAction(const std::string& rect, const std::string& name) {
 }
 
 class Slides : public ::testing::Test {
-  protected:
+protected:
     std::filesystem::path write(const testsupport::PdfFixture& pdf) {
         pdf.write(dir / "in.pdf");
         return dir / "in.pdf";
