@@ -50,7 +50,7 @@ const char* const kWords[] = {
 
 // splitmix64: small, fast and identical on every platform, so books are reproducible.
 class Random {
-  public:
+public:
     explicit Random(uint64_t seed) : state_(seed) {}
     uint64_t next() {
         uint64_t z = (state_ += 0x9E3779B97F4A7C15ull);
@@ -60,7 +60,7 @@ class Random {
     }
     int below(int n) { return static_cast<int>(next() % static_cast<uint64_t>(n)); }
 
-  private:
+private:
     uint64_t state_;
 };
 
@@ -184,7 +184,7 @@ bool isRotated(int pageNumber) { return pageNumber % 20 == 7; }
 int objectsOfPage(int pageNumber) { return isSpread(pageNumber) ? 8 : 6; }
 
 class BookWriter {
-  public:
+public:
     explicit BookWriter(int pages) : pages_(pages) {
         int next = kFirstPageObject;
         for (int n = 1; n <= pages; ++n) {
@@ -202,7 +202,7 @@ class BookWriter {
         return finish();
     }
 
-  private:
+private:
     static constexpr int kCatalog = 1, kPages = 2, kFont = 3, kAppearance = 4, kFields = 5;
     static constexpr int kFirstPageObject = 6;
 
