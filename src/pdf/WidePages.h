@@ -22,7 +22,7 @@ struct PageMeasures {
 PageMeasures measurePages(const platform::Document& document);
 
 class WidePages {
-  public:
+public:
     std::int64_t wideMode = 0;  // 0 off, 1 divide pages found wide, 2 (or more) every page
     bool isNewMode = false;     // the wide test compares aspects instead of widths
     double aspectRatio = 0;     // width / height of one single page (new mode)

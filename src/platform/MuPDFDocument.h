@@ -41,7 +41,7 @@ struct Annotation {
 };
 
 class Document {
-  public:
+public:
     // Opens the file (repairing it if the engine must). Fails on a missing or unreadable file.
     static Result<Document> open(const std::string& path);
 
@@ -71,7 +71,7 @@ class Document {
     // the file's permissions and encryption; incremental where the document allows it.
     Status save(const std::string& path);
 
-  private:
+private:
     struct Members;
     explicit Document(std::unique_ptr<Members> members);
     std::unique_ptr<Members> m_;

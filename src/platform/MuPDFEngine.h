@@ -19,14 +19,14 @@ namespace mupdf {
 // The process-wide engine context. It is created on first use and dropped when the last
 // document using it and the process-wide reference are gone. Used from one thread only.
 class Context {
-  public:
+public:
     explicit Context(fz_context* ctx) : ctx_(ctx) {}
     ~Context();
     Context(const Context&) = delete;
     Context& operator=(const Context&) = delete;
     fz_context* get() const { return ctx_; }
 
-  private:
+private:
     fz_context* ctx_;
 };
 
@@ -83,9 +83,8 @@ int pageIndexOf(const PdfObject::Handle& engine, const PdfObject& reference);
 std::optional<Destination> readDestination(const PdfObject::Handle& engine,
                                            const PdfObject& catalog, PdfObject target);
 
-// An output writing to *fd, which must outlive it; throws the engine's way. For use inside
-// fz_try only.
-fz_output* newFileOutput(fz_context* ctx, int* fd);
+// An output writing to *fd, which must outlive it. The caller drops it with fz_drop_output.
+Result<fz_output*> openFileOutput(fz_context* ctx, int* fd);
 
 }  // namespace mupdf
 }  // namespace platform

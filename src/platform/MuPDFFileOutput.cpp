@@ -89,8 +89,11 @@ fz_stream* readBack(fz_context* ctx, void* state) noexcept {
 
 }  // namespace
 
-fz_output* newFileOutput(fz_context* ctx, int* fd) {
-    fz_output* out = fz_new_output(ctx, 64 * 1024, fd, writeToFile, nullptr, nullptr);
+Result<fz_output*> openFileOutput(fz_context* ctx, int* fd) {
+    fz_output* out = nullptr;
+    fz_var(out);
+    fz_try(ctx) { out = fz_new_output(ctx, 64 * 1024, fd, writeToFile, nullptr, nullptr); }
+    fz_catch(ctx) { return errorFromCaught(ctx, Error::Code::System); }
     out->seek = seekInFile;
     out->tell = tellInFile;
     out->truncate = truncateFile;

@@ -69,10 +69,10 @@ Status writePdf(fz_context* ctx, pdf_document* doc, int* fd, bool incremental) {
     pdf_write_options options = pdf_default_write_options;
     options.do_incremental = incremental ? 1 : 0;
     options.do_encrypt = PDF_ENCRYPT_KEEP;
-    fz_output* out = nullptr;
-    fz_var(out);
+    Result<fz_output*> opened = mupdf::openFileOutput(ctx, fd);
+    if (!opened) return opened.error();
+    fz_output* out = *opened;
     fz_try(ctx) {
-        out = mupdf::newFileOutput(ctx, fd);
         pdf_write_document(ctx, doc, out, &options);
         fz_close_output(ctx, out);
     }

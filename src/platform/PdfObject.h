@@ -13,7 +13,7 @@
 namespace platform {
 
 class PdfObject {
-  public:
+public:
     struct Handle;  // engine state shared with the document
     PdfObject();
     // Takes a reference of its own to object (an engine object of handle's document).
@@ -42,7 +42,7 @@ class PdfObject {
     PdfObject at(std::size_t index) const;
     PdfObject get(const std::string& key) const;  // dictionary entry
 
-  private:
+private:
     friend struct PdfObjectAccess;  // the engine files reach the object they wrap
     std::shared_ptr<Handle> handle_;
     void* object_ = nullptr;

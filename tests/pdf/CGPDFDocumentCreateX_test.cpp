@@ -11,7 +11,7 @@ using pdf::CGPDFDocumentCreateX;
 using testsupport::PdfFixture;
 
 class CGPDFDocumentCreateXTest : public ::testing::Test {
-  protected:
+protected:
     std::string plain() {
         PdfFixture().pages(2, {0, 0, 600, 800}).write(dir_ / "plain.pdf");
         return (dir_ / "plain.pdf").string();

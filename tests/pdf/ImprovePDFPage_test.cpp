@@ -14,12 +14,12 @@ using testsupport::PdfFixture;
 
 // Stops once it has been asked `allowed` times.
 class StopAfter final : public platform::StopFlag {
-  public:
+public:
     explicit StopAfter(int allowed) : allowed_(allowed) {}
     bool isSet() const override { return polls_++ >= allowed_; }
     int polls() const { return polls_; }
 
-  private:
+private:
     int allowed_;
     mutable int polls_ = 0;
 };
@@ -37,7 +37,7 @@ std::string describe(const std::vector<Annotation>& links) {
 }
 
 class ImprovePDFPage : public ::testing::Test {
-  protected:
+protected:
     Document open(const PdfFixture& fixture) {
         fixture.write(dir_ / "i.pdf");
         auto document = Document::open((dir_ / "i.pdf").string());

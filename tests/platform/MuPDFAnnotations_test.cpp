@@ -53,7 +53,7 @@ std::string describe(const std::vector<Annotation>& annotations) {
 }
 
 class MuPDFAnnotations : public ::testing::Test {
-  protected:
+protected:
     std::string annotationsOf(const PdfFixture& fixture, int page = 0) {
         fixture.write(dir_ / "a.pdf");
         auto document = Document::open((dir_ / "a.pdf").string());

@@ -11,7 +11,7 @@ using platform::Rect;
 using testsupport::PdfFixture;
 
 class MuPDFPage : public ::testing::Test {
-  protected:
+protected:
     Document open(const PdfFixture& fixture) {
         fixture.write(dir_ / "p.pdf");
         auto document = Document::open((dir_ / "p.pdf").string());

@@ -13,7 +13,7 @@ using platform::PdfObject;
 using testsupport::PdfFixture;
 
 class PdfObjectTest : public ::testing::Test {
-  protected:
+protected:
     // The page dictionary carries one entry of every kind under test.
     PdfObject page() {
         PdfFixture fixture;

@@ -28,7 +28,7 @@
 namespace testsupport {
 
 class PdfFixture {
-  public:
+public:
     // Adds a page. Rectangles are written as [x y x+width y+height]. Without a crop box the page
     // has no /CropBox entry; rotate 0 writes no /Rotate.
     PdfFixture& page(platform::Rect mediaBox, std::optional<platform::Rect> cropBox = {},
@@ -69,7 +69,7 @@ class PdfFixture {
                         const std::string& ownerPassword, const std::string& method,
                         int permissions = -1) const;
 
-  private:
+private:
     struct Page {
         std::vector<std::string> entries;  // "/Key value" lines of the page dictionary
         std::string content;
