@@ -1,34 +1,37 @@
 #include "convert/JobDocument.h"
 
-#include <cmath>
-#include <limits>
-
 namespace convert {
 
 namespace {
 
-// Truncated toward zero and held to the int range; a damaged box must not overflow it.
-int truncatedWidth(double width) {
-    if (!(width > 0)) return 0;
-    if (width >= std::numeric_limits<int>::max()) return std::numeric_limits<int>::max();
-    return static_cast<int>(width);
+bool hasSettings(const pdf::WidePages& pages, std::int64_t wideMode, bool isNewMode,
+                 double aspectRatio, double pageWidth) {
+    return pages.wideMode == wideMode && pages.isNewMode == isNewMode &&
+           pages.aspectRatio == aspectRatio && pages.pageWidth == pageWidth;
 }
 
 }  // namespace
 
-std::shared_ptr<const JobDocument> makeJobDocument(platform::Document document) {
-    auto job = std::make_shared<JobDocument>(JobDocument{std::move(document), {}, {}});
-    int count = job->document.pageCount();
-    for (int index = 0; index < count; ++index) {
-        platform::Rect box = job->document.cropBox(index);
-        int rotation = job->document.rotation(index);
-        bool turned = rotation == 90 || rotation == 270;
-        double width = turned ? box.height : box.width;
-        double height = turned ? box.width : box.height;
-        job->widthsOfPDF.push_back(truncatedWidth(width));
-        job->aspectOfPDF.push_back(static_cast<float>(width / height));
+JobDocument::JobDocument(platform::Document document)
+    : document_(std::move(document)),
+      measures_(pdf::measurePages(document_)),
+      structParents_(pdf::buildStructParentMap(document_)) {}
+
+std::shared_ptr<const pdf::WidePages> JobDocument::widePagesFor(std::int64_t wideMode,
+                                                                bool isNewMode, double aspectRatio,
+                                                                double pageWidth) const {
+    if (widePages_ && hasSettings(*widePages_, wideMode, isNewMode, aspectRatio, pageWidth)) {
+        return widePages_;
     }
-    return job;
+    auto pages = std::make_shared<pdf::WidePages>();
+    pages->wideMode = wideMode;
+    pages->isNewMode = isNewMode;
+    pages->aspectRatio = aspectRatio;
+    pages->pageWidth = pageWidth;
+    pages->checkDetectWidePage(measures_);
+    pages->collectNewPageOrder();
+    widePages_ = pages;
+    return widePages_;
 }
 
 }  // namespace convert

@@ -1,22 +1,36 @@
 #pragma once
-// The document of a -b job, opened once and shared by all page converters of the job: reading
-// and measuring every page once keeps the job linear in the page count, while each converter
-// still renumbers and writes its own page independently.
+// The document of a -b job, opened once and shared by all page converters of the job. Reading,
+// measuring and numbering the pages once keeps the job linear in the page count, while each
+// converter still writes its own page independently.
 
+#include <cstdint>
 #include <memory>
-#include <vector>
 
+#include "pdf/ImprovePDFPage.h"
+#include "pdf/WidePages.h"
 #include "platform/MuPDFDocument.h"
 
 namespace convert {
 
-struct JobDocument {
-    platform::Document document;     // open and unlocked
-    std::vector<int> widthsOfPDF;    // per page: displayed width in points, truncated
-    std::vector<float> aspectOfPDF;  // per page: displayed width / displayed height
-};
+class JobDocument {
+  public:
+    // Takes an open, unlocked document; measures its pages and maps its structure parents.
+    explicit JobDocument(platform::Document document);
 
-// Measures every page of an open, unlocked document and keeps it for sharing.
-std::shared_ptr<const JobDocument> makeJobDocument(platform::Document document);
+    const platform::Document& document() const { return document_; }
+    const pdf::StructParentMap& structParents() const { return structParents_; }
+
+    // The pages measured, tested and numbered for these wide-page settings. The result for the
+    // settings asked last is kept, so converters of one job (which all ask the same) share it.
+    std::shared_ptr<const pdf::WidePages> widePagesFor(std::int64_t wideMode, bool isNewMode,
+                                                       double aspectRatio, double pageWidth) const;
+
+  private:
+    platform::Document document_;
+    pdf::PageMeasures measures_;
+    pdf::StructParentMap structParents_;
+    // A cache only; jobs run on one thread.
+    mutable std::shared_ptr<const pdf::WidePages> widePages_;
+};
 
 }  // namespace convert

@@ -1,9 +1,9 @@
 #include "convert/PDFAnnotations.h"
 
-#include <cmath>
 #include <filesystem>
 
 #include "convert/JobDocument.h"
+#include "pdf/ImprovePDFPage.h"
 #include "text2link/ParsePDFTextLink.h"
 
 namespace convert {
@@ -23,7 +23,12 @@ std::shared_ptr<const JobDocument> openOwnDocument(const std::string& path,
             return nullptr;
         }
     }
-    return makeJobDocument(std::move(*document));
+    return std::make_shared<const JobDocument>(std::move(*document));
+}
+
+const pdf::WidePages& noPages() {
+    static const pdf::WidePages none;
+    return none;
 }
 
 }  // namespace
@@ -38,9 +43,8 @@ bool PDFAnnotations::startConvert(const platform::StopFlag& stop, platform::Repo
     if (!std::filesystem::exists(inputFile, error)) return false;
     if (!jobDocument_) jobDocument_ = openOwnDocument(inputFile, pdfPassword, reporter);
     if (!jobDocument_) return false;
-    pdfDoc = std::shared_ptr<const platform::Document>(jobDocument_, &jobDocument_->document);
-    checkDetectWidePage();
-    collectNewPageOrder();
+    pdfDoc = std::shared_ptr<const platform::Document>(jobDocument_, &jobDocument_->document());
+    widePages_ = jobDocument_->widePagesFor(wideMode, isNewMode, aspectRatio, pageWidth);
     if (isHTML5Annotions) {
         parsePageForAnimationEditor(stop);
     } else {
@@ -49,43 +53,28 @@ bool PDFAnnotations::startConvert(const platform::StopFlag& stop, platform::Repo
     return true;
 }
 
-void PDFAnnotations::checkDetectWidePage() {
-    widthsOfPDF.clear();
-    aspectOfPDF.clear();
-    if (!jobDocument_) return;
-    widthsOfPDF = jobDocument_->widthsOfPDF;
-    aspectOfPDF = jobDocument_->aspectOfPDF;
-    for (std::size_t page = 1; page <= widthsOfPDF.size(); ++page) {
-        indexesOfPDFDivided.push_back(static_cast<std::int64_t>(page));
-    }
+void PDFAnnotations::useWidePages(std::shared_ptr<const pdf::WidePages> pages) {
+    widePages_ = std::move(pages);
+}
+
+const std::vector<std::int64_t>& PDFAnnotations::indexesOfPDFDivided() const {
+    return (widePages_ ? *widePages_ : noPages()).indexesOfPDFDivided;
+}
+
+const std::vector<int>& PDFAnnotations::widthsOfPDF() const {
+    return (widePages_ ? *widePages_ : noPages()).widthsOfPDF;
+}
+
+const std::vector<float>& PDFAnnotations::aspectOfPDF() const {
+    return (widePages_ ? *widePages_ : noPages()).aspectOfPDF;
 }
 
 bool PDFAnnotations::isWidePageAt(std::int64_t page) const {
-    if (page < 1 || page > static_cast<std::int64_t>(widthsOfPDF.size())) return false;
-    if (page > static_cast<std::int64_t>(aspectOfPDF.size())) return false;
-    if (wideMode > 1) return true;
-    if (wideMode != 1) return false;
-    if (isNewMode) {
-        double aspect = aspectOfPDF[page - 1];
-        return std::trunc(aspect / (aspectRatio + 1e-7) + 0.5) >= 2;
-    }
-    return widthsOfPDF[page - 1] > pageWidth * 1.8;
-}
-
-void PDFAnnotations::collectNewPageOrder() {
-    if (wideMode == 0) return;
-    indexesOfPDFDivided.clear();
-    std::int64_t next = 1;
-    for (std::int64_t page = 1; page <= static_cast<std::int64_t>(widthsOfPDF.size()); ++page) {
-        indexesOfPDFDivided.push_back(next);
-        bool divided = (isWidePageAt(page) && wideMode == 1) || wideMode == 2;
-        next += divided ? 2 : 1;
-    }
+    return (widePages_ ? *widePages_ : noPages()).isWidePageAt(page);
 }
 
 std::int32_t PDFAnnotations::NewPageIndexAt(std::int64_t page) const {
-    if (page < 1 || page > static_cast<std::int64_t>(indexesOfPDFDivided.size())) return 0;
-    return static_cast<std::int32_t>(indexesOfPDFDivided[page - 1]);
+    return (widePages_ ? *widePages_ : noPages()).NewPageIndexAt(page);
 }
 
 std::vector<platform::Annotation> PDFAnnotations::readPageLinks(
@@ -104,8 +93,11 @@ std::vector<platform::Annotation> PDFAnnotations::readPageLinks(
     return links;
 }
 
-std::vector<platform::Annotation> PDFAnnotations::readRawLinks(const platform::StopFlag&) const {
-    return {};  // Placeholder until the raw /Annots reader of the pdf layer lands.
+std::vector<platform::Annotation> PDFAnnotations::readRawLinks(
+    const platform::StopFlag& stop) const {
+    if (!jobDocument_) return {};
+    return pdf::fmAnnotations(jobDocument_->document(), currentPageIndex(),
+                              jobDocument_->structParents(), stop);
 }
 
 }  // namespace convert

@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "pdf/WidePages.h"
 #include "platform/Geometry.h"
 #include "platform/MuPDFDocument.h"
 #include "platform/PugiXML.h"
@@ -21,7 +22,7 @@
 
 namespace convert {
 
-struct JobDocument;  // convert/JobDocument.h: the document of a job, opened and measured once
+class JobDocument;  // convert/JobDocument.h: the document of a job, opened and measured once
 
 class PDFAnnotations {
   public:
@@ -29,9 +30,6 @@ class PDFAnnotations {
     PDFAnnotations() = default;
 
     std::shared_ptr<const platform::Document> pdfDoc;  // set by startConvert
-    std::vector<std::int64_t> indexesOfPDFDivided;     // entry p-1: first divided page of p
-    std::vector<int> widthsOfPDF;                      // displayed width, truncated, per page
-    std::vector<float> aspectOfPDF;                    // displayed width / height, per page
     std::string inputFile;
     std::int64_t pageNumber = 0;
     std::int64_t wideMode = 0;  // 0 off, 1 divide pages found wide, 2 divide every page
@@ -56,9 +54,14 @@ class PDFAnnotations {
     bool startConvert(const platform::StopFlag& stop, platform::Reporter& reporter);
 
     // --- Wide pages: measurement, the wide test and the divided book's numbering. ---
-    void checkDetectWidePage();
-    void collectNewPageOrder();
-    // Both take a one-based page number; outside 1..page count they answer NO and 0.
+    // startConvert measures and numbers the pages for the converter's settings (shared with
+    // the other converters of the job); tests may hand in their own.
+    void useWidePages(std::shared_ptr<const pdf::WidePages> pages);
+    // Empty lists before the pages are measured.
+    const std::vector<std::int64_t>& indexesOfPDFDivided() const;  // p-1: first divided page of p
+    const std::vector<int>& widthsOfPDF() const;    // displayed width, truncated, per page
+    const std::vector<float>& aspectOfPDF() const;  // displayed width / height, per page
+    // One-based page numbers. Outside the measured pages: not wide, and the page itself.
     bool isWidePageAt(std::int64_t page) const;
     std::int32_t NewPageIndexAt(std::int64_t page) const;
 
@@ -143,6 +146,7 @@ class PDFAnnotations {
                                    const platform::Rect& box) const;
 
     std::shared_ptr<const JobDocument> jobDocument_;
+    std::shared_ptr<const pdf::WidePages> widePages_;
 };
 
 }  // namespace convert

@@ -1,9 +1,79 @@
-// Placeholder until the conversion job lands.
 #include "convert/QXAnnos.h"
 
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <set>
+
+#include "convert/JobDocument.h"
+#include "convert/PDFAnnotations.h"
+#include "frontend/parsePageRange.h"
+#include "pdf/CGPDFDocumentCreateX.h"
+
 namespace convert {
-std::int64_t QXAnnos::parseAnnosToXML(const platform::StopFlag&, platform::Reporter& reporter) {
-    reporter.log("this job is not available in this build");
-    return -1;
+
+namespace {
+
+// One XML file for the job when the output path ends in ".xml" in any letter case.
+bool isSingleFileOutput(const std::string& outputFile) {
+    std::filesystem::path path(outputFile);
+    if (!path.has_filename()) path = path.parent_path();
+    std::string extension = path.extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return extension == ".xml";
 }
+
+std::string pageOutputPath(const std::string& outputFile, std::int64_t page, bool singleFile) {
+    if (singleFile) return outputFile;
+    return (std::filesystem::path(outputFile) / (std::to_string(page) + ".xml")).string();
+}
+
+PDFAnnotations makeConverter(const QXAnnos& job, std::int64_t page, bool singleFile) {
+    PDFAnnotations converter;
+    converter.taskID = job.taskID;
+    converter.inputFile = job.inputFile;
+    converter.outputFile = pageOutputPath(job.outputFile, page, singleFile);
+    converter.wideMode = job.wideMode;
+    // The host's width only means something to the width test of wide mode 1.
+    if (converter.wideMode == 1 && job.divWidth != 0) {
+        converter.pageWidth = static_cast<double>(job.divWidth);
+    }
+    converter.pageNumber = page;
+    converter.pdfPassword = job.password;
+    converter.isHTML5Annotions = job.isHTML5Annotions;
+    converter.isRight2Left = job.isRight2Left;
+    converter.aspectRatio = job.aspectRatio;
+    converter.isNewMode = job.isNewMode;
+    converter.isText2Link = job.isText2Link;
+    converter.typeOfText2Link = job.typeOfText2Link;
+    return converter;
+}
+
+}  // namespace
+
+std::int64_t QXAnnos::parseAnnosToXML(const platform::StopFlag& stop,
+                                      platform::Reporter& reporter) {
+    std::optional<platform::Document> document = pdf::CGPDFDocumentCreateX(inputFile, password);
+    if (!document) {
+        reporter.out("failed to verify the password!!!");
+        return -1;
+    }
+    std::set<std::int64_t> pages = frontend::parsePageRange(pageRange, document->pageCount());
+    if (pages.empty()) return 0;
+    bool singleFile = isSingleFileOutput(outputFile);
+    // Opened and measured once for the whole job; every page converter reads the same one.
+    auto shared = std::make_shared<const JobDocument>(std::move(*document));
+    for (std::int64_t page : pages) {
+        PDFAnnotations converter = makeConverter(*this, page, singleFile);
+        converter.useJobDocument(shared);
+        if (!converter.startConvert(stop, reporter)) {
+            reporter.log("page" + std::to_string(page) + ":failed to load annotations!");
+        }
+        // Deliberately only the lowest selected page has a place in a single output file.
+        if (singleFile) break;
+    }
+    return 0;
+}
+
 }  // namespace convert

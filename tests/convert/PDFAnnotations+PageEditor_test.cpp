@@ -23,9 +23,12 @@ std::string gotoAnno(const std::string& page) {
 
 // A converter for a book of four pages where page 2 is divided.
 PDFAnnotations converterWithPage2Divided() {
+    auto pages = std::make_shared<pdf::WidePages>();
+    pages->wideMode = 1;
+    pages->indexesOfPDFDivided = {1, 2, 4, 5};
     PDFAnnotations converter;
     converter.wideMode = 1;
-    converter.indexesOfPDFDivided = {1, 2, 4, 5};
+    converter.useWidePages(pages);
     return converter;
 }
 
@@ -82,9 +85,9 @@ TEST(ChangeGotoPageForPageEditor, ChangesTheFirstPageIndexOfEveryAction) {
               "<location></location><action><pageIndex>5</pageIndex></action></anno>");
 }
 
-TEST(ChangeGotoPageForPageEditor, PageOutsideTheBookBecomesZero) {
+TEST(ChangeGotoPageForPageEditor, PageOutsideTheBookKeepsItsNumber) {
     PDFAnnotations converter = converterWithPage2Divided();
     XmlDocument anno = PDFAnnotations::PDFActionGoTo2EditorXML(9);
     converter.changeGotoPageForPageEditor(anno.root(), false);
-    EXPECT_EQ(anno.toCompactString(), gotoAnno("0"));
+    EXPECT_EQ(anno.toCompactString(), gotoAnno("9"));
 }

@@ -114,16 +114,16 @@ TEST_F(StartConvert, MeasuresAndNumbersThePages) {
     c.wideMode = 1;
     c.pageWidth = 700;
     EXPECT_TRUE(c.startConvert(neverStop_, reporter_));
-    EXPECT_EQ(c.widthsOfPDF, (std::vector<int>{600, 1400, 800}));
-    ASSERT_EQ(c.aspectOfPDF.size(), 3u);
-    EXPECT_FLOAT_EQ(c.aspectOfPDF[0], 0.75f);
-    EXPECT_FLOAT_EQ(c.aspectOfPDF[1], 1.75f);
-    EXPECT_FLOAT_EQ(c.aspectOfPDF[2], 800.0f / 600.0f);
-    EXPECT_EQ(c.indexesOfPDFDivided, (std::vector<std::int64_t>{1, 2, 4}));
+    EXPECT_EQ(c.widthsOfPDF(), (std::vector<int>{600, 1400, 800}));
+    ASSERT_EQ(c.aspectOfPDF().size(), 3u);
+    EXPECT_FLOAT_EQ(c.aspectOfPDF()[0], 0.75f);
+    EXPECT_FLOAT_EQ(c.aspectOfPDF()[1], 1.75f);
+    EXPECT_FLOAT_EQ(c.aspectOfPDF()[2], 800.0f / 600.0f);
+    EXPECT_EQ(c.indexesOfPDFDivided(), (std::vector<std::int64_t>{1, 2, 4}));
     EXPECT_EQ(c.NewPageIndexAt(1), 1);
     EXPECT_EQ(c.NewPageIndexAt(3), 4);
-    EXPECT_EQ(c.NewPageIndexAt(0), 0);
-    EXPECT_EQ(c.NewPageIndexAt(4), 0);
+    EXPECT_EQ(c.NewPageIndexAt(0), 0);  // outside the book: the page itself
+    EXPECT_EQ(c.NewPageIndexAt(4), 4);
     EXPECT_FALSE(c.isWidePageAt(0));
     EXPECT_TRUE(c.isWidePageAt(2));
     EXPECT_FALSE(c.isWidePageAt(4));

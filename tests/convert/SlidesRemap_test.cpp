@@ -16,8 +16,10 @@ using convert::PDFAnnotations;
 
 // A converter for a book of four pages of which page 2 is divided.
 PDFAnnotations dividedBook() {
+    auto pages = std::make_shared<pdf::WidePages>();
+    pages->indexesOfPDFDivided = {1, 2, 4, 5};
     PDFAnnotations c;
-    c.indexesOfPDFDivided = {1, 2, 4, 5};
+    c.useWidePages(pages);
     return c;
 }
 
