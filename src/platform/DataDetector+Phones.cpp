@@ -27,7 +27,7 @@ constexpr const char* kDefaultRegion = "CN";
 
 // Converts increasing byte offsets of one UTF-8 text into 16-bit unit offsets.
 class OffsetMap {
-  public:
+public:
     explicit OffsetMap(const std::string& utf8) : text_(utf8) {}
     std::size_t unitsAt(std::size_t byteOffset) {
         if (byteOffset < byte_) return units_;  // matches come in order
@@ -36,7 +36,7 @@ class OffsetMap {
         return units_;
     }
 
-  private:
+private:
     const std::string& text_;
     std::size_t byte_ = 0;
     std::size_t units_ = 0;

@@ -43,7 +43,7 @@ std::vector<TextMatch> findMatches(std::u16string_view text, unsigned types);
 // Looks up the link or telephone number around an index of a text whose matches were found
 // once.
 class URLFinder {
-  public:
+public:
     explicit URLFinder(std::vector<TextMatch> matches);  // as findMatches gives them
     static URLFinder forText(std::u16string_view text);  // finds links and phone numbers
 
@@ -51,7 +51,7 @@ class URLFinder {
     const TextMatch* matchAtIndex(std::size_t index) const;
     const std::vector<TextMatch>& matches() const { return matches_; }
 
-  private:
+private:
     std::vector<TextMatch> matches_;
 };
 

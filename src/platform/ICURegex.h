@@ -9,7 +9,7 @@
 namespace platform {
 
 class Regex {
-  public:
+public:
     // Fails with Error::Code::Argument and ICU's error name when the pattern does not compile.
     static Result<Regex> compile(std::u16string_view pattern);
 
@@ -21,7 +21,7 @@ class Regex {
     // during the match gives false.
     bool matchesWhole(std::u16string_view text) const;
 
-  private:
+private:
     struct Members;
     explicit Regex(std::unique_ptr<Members> members);
     std::unique_ptr<Members> m_;

@@ -23,7 +23,7 @@ constexpr std::chrono::milliseconds kSendTimeout{100};
 constexpr std::chrono::milliseconds kReplyTimeout{1000};
 
 class Socket {
-  public:
+public:
     Socket() : fd_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)) {}
     ~Socket() {
         if (fd_ >= 0) close(fd_);
@@ -32,7 +32,7 @@ class Socket {
     Socket& operator=(const Socket&) = delete;
     int fd() const { return fd_; }
 
-  private:
+private:
     int fd_;
 };
 

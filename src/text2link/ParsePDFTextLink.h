@@ -18,7 +18,7 @@
 namespace text2link {
 
 class ParsePDFTextLink {
-  public:
+public:
     ParsePDFTextLink();  // builds schumeKeys and domainKeys; parseType 3
 
     std::vector<std::u16string> schumeKeys;  // URL scheme markers: "ftp:", "https:", ...
@@ -74,7 +74,7 @@ class ParsePDFTextLink {
                                     const std::vector<platform::Annotation>& checkList,
                                     const platform::StopFlag& stop);
 
-  private:
+private:
     void parsePageWithDetector(const platform::PageText& page,
                                std::vector<platform::Annotation>& list,
                                const platform::StopFlag& stop) const;

@@ -67,7 +67,7 @@ std::string describeLinks(const fs::path& path) {
 }
 
 class TextToLink : public testing::Test {
-  protected:
+protected:
     ProcessResult tool(const std::vector<std::string>& arguments) {
         return testsupport::runProcess(PDFA_TOOL, arguments, {{"TMPDIR", dir_.path().string()}});
     }

@@ -15,7 +15,7 @@
 namespace testsupport {
 
 class ProgressListener {
-  public:
+public:
     using Callback = std::function<void(const std::string& argument)>;
 
     // Fails the current test when the socket cannot be set up. backlog is the listen queue.
@@ -32,7 +32,7 @@ class ProgressListener {
 
     const std::filesystem::path& path() const { return path_; }
 
-  private:
+private:
     void run();
     void serve(int connection);
 

@@ -48,12 +48,12 @@ ParsePDFTextLink jobOfType(std::int64_t type, bool detector = true) {
 
 // Set from the given poll on (the first poll is number 1).
 class StopAtPoll final : public platform::StopFlag {
-  public:
+public:
     explicit StopAtPoll(int poll) : stopAt_(poll) {}
     bool isSet() const override { return ++polls_ >= stopAt_; }
     int polls() const { return polls_; }
 
-  private:
+private:
     int stopAt_;
     mutable int polls_ = 0;
 };

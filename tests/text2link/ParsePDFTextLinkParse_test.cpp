@@ -20,7 +20,7 @@ namespace {
 constexpr platform::Rect kLetter{0, 0, 612, 792};
 
 class RecordingReporter final : public platform::Reporter {
-  public:
+public:
     std::function<void(const std::string&)> onProgress;
     std::vector<std::string> progressed;
     std::vector<std::string> lines;
@@ -33,7 +33,7 @@ class RecordingReporter final : public platform::Reporter {
 };
 
 class SettableStop final : public platform::StopFlag {
-  public:
+public:
     bool set = false;
     bool isSet() const override { return set; }
 };
@@ -103,7 +103,7 @@ std::string allKindsOn(int page, bool phones = true) {
 
 // Becomes set at the given poll after the reporter announced the page.
 class StopDuringPage final : public platform::StopFlag {
-  public:
+public:
     StopDuringPage(RecordingReporter& reporter, std::string page, int poll) : stopAt_(poll) {
         reporter.onProgress = [this, page](const std::string& argument) {
             if (argument == page) counting_ = true;
@@ -111,7 +111,7 @@ class StopDuringPage final : public platform::StopFlag {
     }
     bool isSet() const override { return counting_ && ++polls_ >= stopAt_; }
 
-  private:
+private:
     int stopAt_;
     bool counting_ = false;
     mutable int polls_ = 0;
