@@ -13,7 +13,7 @@
 namespace convert {
 
 class JobDocument {
-  public:
+public:
     // Takes an open, unlocked document; measures its pages and maps its structure parents.
     explicit JobDocument(platform::Document document);
 
@@ -25,7 +25,7 @@ class JobDocument {
     std::shared_ptr<const pdf::WidePages> widePagesFor(std::int64_t wideMode, bool isNewMode,
                                                        double aspectRatio, double pageWidth) const;
 
-  private:
+private:
     platform::Document document_;
     pdf::PageMeasures measures_;
     pdf::StructParentMap structParents_;

@@ -25,7 +25,7 @@ namespace convert {
 class JobDocument;  // convert/JobDocument.h: the document of a job, opened and measured once
 
 class PDFAnnotations {
-  public:
+public:
     // Starts with empty lists, all numbers and switches 0, all texts and the document absent.
     PDFAnnotations() = default;
 
@@ -136,7 +136,7 @@ class PDFAnnotations {
     // Writes the root's compact text atomically; a failed write is ignored.
     static void writeXML(const std::string& path, const platform::XmlDocument& xml);
 
-  private:
+private:
     int currentPageIndex() const { return static_cast<int>(pageNumber - 1); }
     static std::optional<LinkTarget> rawURLTarget(const std::vector<platform::Annotation>& rawList,
                                                   const platform::Rect& bounds);

@@ -59,7 +59,7 @@ std::string xmlSafe(std::string_view text) {
 }
 
 class StringWriter final : public pugi::xml_writer {
-  public:
+public:
     void write(const void* data, size_t size) override {
         text.append(static_cast<const char*>(data), size);
     }

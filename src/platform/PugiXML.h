@@ -24,7 +24,7 @@ bool isValidUTF8(std::string_view text);
 bool isXmlText(std::string_view text);
 
 class XmlNode {
-  public:
+public:
     XmlNode() = default;
     explicit XmlNode(void* node) : node_(node) {}
 
@@ -57,12 +57,12 @@ class XmlNode {
     // The element's compact text (see above); empty for a null handle.
     std::string toCompactString() const;
 
-  private:
+private:
     void* node_ = nullptr;
 };
 
 class XmlDocument {
-  public:
+public:
     XmlDocument();  // an empty document without root
     XmlDocument(XmlDocument&&) noexcept;
     XmlDocument& operator=(XmlDocument&&) noexcept;
@@ -81,7 +81,7 @@ class XmlDocument {
 
     std::string toCompactString() const { return root().toCompactString(); }
 
-  private:
+private:
     struct Members;
     std::unique_ptr<Members> m_;
 };

@@ -85,6 +85,12 @@ TEST_F(ConvertPageEditor, DetectedWidthDividesTheSpread) {
     expectGoldenFile(out_ / "2-w1.xml", "editor_wide_ltr_p2_w1");
 }
 
+TEST_F(ConvertPageEditor, ZeroWidthWithAPieceAfterItAlsoDetects) {
+    converttest::bookWithSpread().write(pdf_);
+    expectSilentSuccess(run("|range=2|divide=0:5"));
+    EXPECT_EQ(fileNames(out_), (Lines{"2-w0.xml", "2-w1.xml"}));
+}
+
 TEST_F(ConvertPageEditor, HostWidthAboveTheSpreadDividesNothing) {
     converttest::bookWithSpread().write(pdf_);
     expectSilentSuccess(run("|range=ALL|divide=800:1"));

@@ -16,7 +16,7 @@
 namespace converttest {
 
 class RecordingReporter final : public platform::Reporter {
-  public:
+public:
     void out(const std::string& line) override { outLines.push_back(line); }
     void log(const std::string& line) override { logLines.push_back(line); }
     void progress(const std::string& argument) override { progressLines.push_back(argument); }
@@ -28,11 +28,11 @@ class RecordingReporter final : public platform::Reporter {
 
 // Answers "not set" for the first allowedPolls polls and "set" from then on.
 class StopAfterPolls final : public platform::StopFlag {
-  public:
+public:
     explicit StopAfterPolls(int allowedPolls) : left_(allowedPolls) {}
     bool isSet() const override { return left_-- <= 0; }
 
-  private:
+private:
     mutable int left_;
 };
 

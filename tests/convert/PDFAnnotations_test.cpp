@@ -34,7 +34,7 @@ testsupport::PdfFixture onePage() {
 }
 
 class StartConvert : public ::testing::Test {
-  protected:
+protected:
     std::filesystem::path out() const { return dir_ / "1.xml"; }
     convert::PDFAnnotations converter(const std::filesystem::path& pdf) {
         return pageConverter(pdf, 1, out());

@@ -26,7 +26,7 @@ using testsupport::PdfFixture;
 namespace {
 
 class PageEditorFiles : public ::testing::Test {
-  protected:
+protected:
     std::filesystem::path write(const PdfFixture& pdf, const std::string& name = "in.pdf") {
         std::filesystem::path path = dir_ / name;
         pdf.write(path);

@@ -116,6 +116,16 @@ TEST_F(QXAnnosJob, WideModeOneWithoutWidthDividesEveryPage) {
     EXPECT_EQ(fileNames(out_), (Lines{"1-w0.xml", "1-w1.xml"}));
 }
 
+TEST_F(QXAnnosJob, WideModeTwoIgnoresTheHostWidth) {
+    converttest::bookWithSpread().write(pdf_);
+    convert::QXAnnos everyPage = job("1");
+    everyPage.wideMode = 2;
+    everyPage.divWidth = 800;
+    EXPECT_EQ(everyPage.parseAnnosToXML(neverStop_, reporter_), 0);
+    EXPECT_EQ(fileNames(out_), (Lines{"1-w0.xml", "1-w1.xml"}));
+    goldenxml::expectGoldenFile(out_ / "1-w0.xml", "editor_wide_mode2_p1_w0");
+}
+
 TEST_F(QXAnnosJob, UnopenableDocumentFailsTheJob) {
     EXPECT_EQ(job("ALL").parseAnnosToXML(neverStop_, reporter_), -1);
     EXPECT_EQ(reporter_.outLines, Lines{"failed to verify the password!!!"});
