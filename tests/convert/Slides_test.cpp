@@ -263,8 +263,7 @@ TEST_F(Slides, DecodedLineBreaksInAWebAddressAreDeleted) {
                      "1 [0 720 60 80] openUrl https://example.com/A _blank"}));
 }
 
-// Waits for the raw /Annots reader of the pdf layer; readRawLinks gives nothing until then.
-TEST_F(Slides, DISABLED_WebAddressesMissingFromTheModelComeFromTheRawLinks) {
+TEST_F(Slides, WebAddressesMissingFromTheModelComeFromTheRawLinks) {
     write(testsupport::PdfFixture()
               .page({0, 0, 600, 800})
               .annot("<< /Type /Annot /Subtype /Link /Rect [0 0 60 80] "
@@ -328,6 +327,29 @@ TEST_F(Slides, TextLinksFollowThePagesOwnLinksWithContinuingIds) {
                "1 [0 720 60 80] goToPage Fixed Page 1", "2 [0 720 60 80] goToPage Fixed Page 1",
                "3 [98 87 95 16] openUrl http://www.example.org _blank",
                "4 [116 187 102 16] openUrl mailto:info@example.com _blank"}));
+}
+
+TEST_F(Slides, DamagedAnnotationEntriesDoNotStopThePage) {
+    write(testsupport::PdfFixture()
+              .page({0, 0, 600, 800})
+              .annotsEntry("42")
+              .annotsEntry("999 0 R")
+              .annotsEntry("<< /Subtype /Link /Rect [1 2] /A << /S /URI /URI 7 >> >>")
+              .annot(uriLink("0 0 60 80", "https://a.example/"))
+              .annot("<< /Type /Annot /Subtype /Widget /Rect [0 0 60 80] /AA << /D 5 >> >>"));
+    convert::PDFAnnotations c = converter(1);
+    run(c);
+    // The number and the missing object are no annotations; the link with the broken rectangle
+    // and address is one, without a target, so the good link comes second.
+    EXPECT_EQ(describeLinks(out("1.xml")),
+              (Lines{"1 [0 720 60 80] openUrl https://a.example/ _blank"}));
+}
+
+TEST_F(Slides, PageWithoutAnnotsArrayConverts) {
+    write(testsupport::PdfFixture().page({0, 0, 600, 800}).annotsValue("(not an array)"));
+    convert::PDFAnnotations c = converter(1);
+    run(c);
+    EXPECT_EQ(describeLinks(out("1.xml")), Lines());
 }
 
 }  // namespace
