@@ -1,0 +1,166 @@
+// `run -b|-a KEY=VALUE...`: one job, as a host runs it, with a progress bar on a terminal.
+#include <signal.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <optional>
+
+#include "host/HostCommand.h"
+#include "host/Job.h"
+#include "host/LinkPreview.h"
+#include "host/ProgressBar.h"
+#include "host/ProgressListener.h"
+#include "platform/MuPDFDocument.h"
+#include "platform/NumberText.h"
+
+namespace host {
+namespace {
+
+// How often the command looks at the job and redraws the bar.
+constexpr std::chrono::milliseconds kLookInterval{100};
+constexpr int kSignalStatusBase = 128;
+
+struct RunRequest {
+    JobKind kind = JobKind::Convert;
+    SettingsText settings;
+};
+
+std::optional<RunRequest> parseRunArguments(const Arguments& arguments) {
+    if (arguments.size() < 2 || (arguments[0] != "-b" && arguments[0] != "-a")) {
+        printUsage();
+        return std::nullopt;
+    }
+    RunRequest request;
+    request.kind = arguments[0] == "-b" ? JobKind::Convert : JobKind::TextToLink;
+    for (std::size_t k = 1; k < arguments.size(); ++k) {
+        const std::string& item = arguments[k];
+        const std::size_t equals = item.find('=');
+        if (equals == std::string::npos) {
+            complain("\"" + item + "\" is not KEY=VALUE", kExitUsage);
+            return std::nullopt;
+        }
+        auto set = request.settings.set(item.substr(0, equals), item.substr(equals + 1));
+        if (!set) {
+            complain(set.error().message, kExitUsage);
+            return std::nullopt;
+        }
+    }
+    return request;
+}
+
+// The PDFAnnotations installed beside this command, or none (then PATH decides).
+std::string toolBesideUs() {
+    char self[4096];
+    const ssize_t length = ::readlink("/proc/self/exe", self, sizeof self - 1);
+    if (length <= 0) return "";
+    std::string path(self, static_cast<std::size_t>(length));
+    path = path.substr(0, path.rfind('/') + 1) + kToolName;
+    return ::access(path.c_str(), X_OK) == 0 ? path : "";
+}
+
+// The page count of the job's PDF, 0 when it cannot be read.
+int pageCountOf(const SettingsText& settings) {
+    auto document = platform::Document::open(settings.value("input").value_or(""));
+    if (!document) return 0;
+    const std::string password = settings.value("password").value_or("");
+    if (!document->unlock("") && !document->unlock(password)) return 0;
+    return document->pageCount();
+}
+
+// The bar on a terminal; nothing at all when standard output is not one.
+class ProgressDisplay {
+public:
+    explicit ProgressDisplay(int total) : enabled_(::isatty(STDOUT_FILENO) == 1), total_(total) {}
+    bool isEnabled() const { return enabled_; }
+    void show(int page) {
+        if (!enabled_ || page == shown_ || page <= 0) return;
+        std::printf("\r%s", makeProgressLine(page, total_).c_str());
+        std::fflush(stdout);
+        shown_ = page;
+    }
+    void finish() {
+        if (shown_ > 0) std::printf("\r\033[K");
+        std::fflush(stdout);
+    }
+
+private:
+    bool enabled_;
+    int total_;
+    int shown_ = 0;
+};
+
+// The highest page among the files a conversion has written so far.
+int lastPageWritten(const Job& job) {
+    int page = 0;
+    for (const std::string& file : job.writtenFiles()) {
+        page = std::max(page, pageNumberOfFile(file).value_or(0));
+    }
+    return page;
+}
+
+sigset_t endSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    return signals;
+}
+
+bool isEndRequested(const sigset_t& signals) {
+    const timespec now{0, 0};
+    return sigtimedwait(&signals, nullptr, &now) > 0;
+}
+
+// Waits for the job; an interrupt asks it to stop, and it still writes what it has.
+platform::Result<int> superviseJob(Job& job, ProgressDisplay& display,
+                                   const std::atomic<int>& reportedPage) {
+    const sigset_t signals = endSignals();
+    for (;;) {
+        auto waited = job.wait(kLookInterval);
+        if (!waited) return waited.error();
+        if (*waited) return **waited;
+        if (isEndRequested(signals)) job.stop();
+        display.show(job.kind() == JobKind::Convert ? lastPageWritten(job) : reportedPage.load());
+    }
+}
+
+void printOutcome(const Job& job) {
+    std::fputs(job.standardOutput().c_str(), stdout);
+    std::fputs(job.standardError().c_str(), stderr);
+    for (const std::string& file : job.writtenFiles()) std::printf("%s\n", file.c_str());
+}
+
+}  // namespace
+
+int runJobCommand(const Arguments& arguments) {
+    std::optional<RunRequest> request = parseRunArguments(arguments);
+    if (!request) return kExitUsage;
+    if (auto missing = request->settings.missingFor(request->kind)) {
+        return complain("the setting \"" + std::string(*missing) + "\" is missing", kExitUsage);
+    }
+    const sigset_t signals = endSignals();
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    ProgressDisplay display(::isatty(STDOUT_FILENO) == 1 ? pageCountOf(request->settings) : 0);
+    std::atomic<int> reportedPage{0};
+    // Another host listening already keeps the messages; the bar then stays empty.
+    std::unique_ptr<ProgressListener> listener;
+    if (request->kind == JobKind::TextToLink && display.isEnabled()) {
+        auto started = ProgressListener::start([&reportedPage](const std::string& argument) {
+            if (!argument.starts_with("stop")) reportedPage = platform::intValue(argument);
+        });
+        if (started) listener = std::move(*started);
+    }
+    auto job = Job::start(toolBesideUs(), request->kind, std::move(request->settings));
+    if (!job) return complain(job.error().message);
+    auto status = superviseJob(**job, display, reportedPage);
+    display.finish();
+    if (!status) return complain(status.error().message);
+    printOutcome(**job);
+    if (*status == 0) return 0;
+    complain("PDFAnnotations ended with status " + std::to_string(*status));
+    return *status > 0 ? *status : kSignalStatusBase - *status;
+}
+
+}  // namespace host
