@@ -2,8 +2,9 @@
 JOBS ?= $(shell nproc)
 RELEASE_DIR := build/release
 TEST_DIR := build/asan
+PREFIX ?= /usr/local
 
-.PHONY: all deps build test demo bench clean
+.PHONY: all deps build test demo bench clean install package
 
 all: build
 
@@ -21,6 +22,14 @@ test: deps
 	cd $(TEST_DIR) && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
 	  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
 	  ctest --output-on-failure -j $(JOBS)
+
+# Installs the release build under PREFIX; DESTDIR, when given, is put before it.
+install: build
+	DESTDIR="$(DESTDIR)" cmake --install $(RELEASE_DIR) --prefix "$(PREFIX)"
+
+# The Debian package of the release build (CPack), written to $(RELEASE_DIR).
+package: build
+	cd $(RELEASE_DIR) && cpack -G DEB
 
 demo: build
 	@scripts/demo $(RELEASE_DIR)
