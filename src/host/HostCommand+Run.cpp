@@ -5,11 +5,13 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
+#include <filesystem>
 #include <optional>
 
 #include "host/HostCommand.h"
 #include "host/Job.h"
 #include "host/LinkPreview.h"
+#include "host/OutputFiles.h"
 #include "host/ProgressBar.h"
 #include "host/ProgressListener.h"
 #include "platform/MuPDFDocument.h"
@@ -91,6 +93,21 @@ private:
     int shown_ = 0;
 };
 
+// The worker writes into an output folder but does not make it.
+platform::Status makeOutputFolder(const RunRequest& request) {
+    const std::optional<std::string> output = request.settings.value("output");
+    if (request.kind != JobKind::Convert || !output || isSingleOutputFile(*output)) {
+        return platform::Done{};
+    }
+    std::error_code failure;
+    std::filesystem::create_directories(*output, failure);
+    if (failure) {
+        return platform::makeError(platform::Error::Code::System,
+                                   "cannot make " + *output + ": " + failure.message());
+    }
+    return platform::Done{};
+}
+
 // The highest page among the files a conversion has written so far.
 int lastPageWritten(const Job& job) {
     int page = 0;
@@ -140,6 +157,7 @@ int runJobCommand(const Arguments& arguments) {
     if (auto missing = request->settings.missingFor(request->kind)) {
         return complain("the setting \"" + std::string(*missing) + "\" is missing", kExitUsage);
     }
+    if (auto made = makeOutputFolder(*request); !made) return complain(made.error().message);
     const sigset_t signals = endSignals();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     ProgressDisplay display(::isatty(STDOUT_FILENO) == 1 ? pageCountOf(request->settings) : 0);

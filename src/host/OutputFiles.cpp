@@ -35,11 +35,6 @@ std::string lowercase(std::string text) {
     return text;
 }
 
-// The worker's test for a single output file: its extension is "xml" in any letter case.
-bool isXmlPath(const std::string& path) {
-    return lowercase(fs::path(path).extension().string()) == ".xml";
-}
-
 // The halves of a single output file: "dir/name-w0.ext" and "dir/name-w1.ext".
 std::string halfPath(const std::string& path, int half) {
     const fs::path file(path);
@@ -49,6 +44,10 @@ std::string halfPath(const std::string& path, int half) {
 }
 
 }  // namespace
+
+bool isSingleOutputFile(const std::string& output) {
+    return lowercase(fs::path(output).extension().string()) == ".xml";
+}
 
 bool isBeforeInPageOrder(const std::string& a, const std::string& b) {
     std::size_t i = 0;
@@ -91,7 +90,7 @@ OutputSnapshot OutputSnapshot::take(JobKind kind, const SettingsText& settings) 
     OutputSnapshot snapshot;
     snapshot.kind_ = kind;
     snapshot.target_ = settings.value(kind == JobKind::Convert ? "output" : "input").value_or("");
-    snapshot.isFolder_ = kind == JobKind::Convert && !isXmlPath(snapshot.target_);
+    snapshot.isFolder_ = kind == JobKind::Convert && !isSingleOutputFile(snapshot.target_);
     for (const std::string& path : snapshot.candidates()) {
         if (auto info = statFile(path)) {
             snapshot.before_[path] = {info->st_dev, info->st_ino, info->st_mtim, info->st_size};

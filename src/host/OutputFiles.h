@@ -16,6 +16,10 @@
 
 namespace host {
 
+// True when a conversion's output names one file (its extension is "xml" in any letter case)
+// rather than a folder.
+bool isSingleOutputFile(const std::string& output);
+
 // Orders file names as people read page numbers: "2.xml" before "10.xml", "2-w0" before "2-w1".
 bool isBeforeInPageOrder(const std::string& a, const std::string& b);
 

@@ -92,6 +92,24 @@ TEST_F(HostCommand, RunPrintsTheFilesTheJobWrote) {
     }
 }
 
+TEST_F(HostCommand, RunMakesTheOutputFolder) {
+    const fs::path out = tmp / "new/pages";
+    const ProcessResult result = host(
+        {"run", "-b", "input=" + book.string(), "output=" + out.string(), "range=1", "divide=1"});
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.out, (out / "1.xml").string() + "\n");
+}
+
+TEST_F(HostCommand, RunSaysWhenItCannotMakeTheOutputFolder) {
+    std::ofstream(tmp / "file") << "x";
+    const ProcessResult result =
+        host({"run", "-b", "input=" + book.string(), "output=" + (tmp / "file/pages").string(),
+              "range=1", "divide=1"});
+    EXPECT_EQ(result.exitStatus, 1);
+    EXPECT_EQ(result.err, "pdfannotations-host: cannot make " + (tmp / "file/pages").string() +
+                              ": Not a directory\n");
+}
+
 TEST_F(HostCommand, RunPassesTheWorkersMessageAndStatusOn) {
     const ProcessResult result = host({"run", "-b", "input=" + (tmp / "none.pdf").string(),
                                        "output=out", "range=ALL", "ar=0.75"});
