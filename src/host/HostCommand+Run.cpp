@@ -3,9 +3,9 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstdio>
 #include <filesystem>
+#include <mutex>
 #include <optional>
 
 #include "host/HostCommand.h"
@@ -71,23 +71,30 @@ int pageCountOf(const SettingsText& settings) {
     return document->pageCount();
 }
 
-// The bar on a terminal; nothing at all when standard output is not one.
+// The bar on a terminal; nothing at all when standard output is not one. The listener's
+// thread draws the pages of -a (before the worker goes on to the page), the command's thread
+// those of -b.
 class ProgressDisplay {
 public:
     explicit ProgressDisplay(int total) : enabled_(::isatty(STDOUT_FILENO) == 1), total_(total) {}
     bool isEnabled() const { return enabled_; }
     void show(int page) {
+        std::lock_guard<std::mutex> lock(mutex_);
         if (!enabled_ || page == shown_ || page <= 0) return;
         std::printf("\r%s", makeProgressLine(page, total_).c_str());
         std::fflush(stdout);
         shown_ = page;
     }
+    // Clears the bar; nothing is drawn after this.
     void finish() {
+        std::lock_guard<std::mutex> lock(mutex_);
         if (shown_ > 0) std::printf("\r\033[K");
         std::fflush(stdout);
+        enabled_ = false;
     }
 
 private:
+    std::mutex mutex_;
     bool enabled_;
     int total_;
     int shown_ = 0;
@@ -131,15 +138,14 @@ bool isEndRequested(const sigset_t& signals) {
 }
 
 // Waits for the job; an interrupt asks it to stop, and it still writes what it has.
-platform::Result<int> superviseJob(Job& job, ProgressDisplay& display,
-                                   const std::atomic<int>& reportedPage) {
+platform::Result<int> superviseJob(Job& job, ProgressDisplay& display) {
     const sigset_t signals = endSignals();
     for (;;) {
         auto waited = job.wait(kLookInterval);
         if (!waited) return waited.error();
         if (*waited) return **waited;
         if (isEndRequested(signals)) job.stop();
-        display.show(job.kind() == JobKind::Convert ? lastPageWritten(job) : reportedPage.load());
+        if (job.kind() == JobKind::Convert) display.show(lastPageWritten(job));
     }
 }
 
@@ -161,18 +167,17 @@ int runJobCommand(const Arguments& arguments) {
     const sigset_t signals = endSignals();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     ProgressDisplay display(::isatty(STDOUT_FILENO) == 1 ? pageCountOf(request->settings) : 0);
-    std::atomic<int> reportedPage{0};
     // Another host listening already keeps the messages; the bar then stays empty.
     std::unique_ptr<ProgressListener> listener;
     if (request->kind == JobKind::TextToLink && display.isEnabled()) {
-        auto started = ProgressListener::start([&reportedPage](const std::string& argument) {
-            if (!argument.starts_with("stop")) reportedPage = platform::intValue(argument);
+        auto started = ProgressListener::start([&display](const std::string& argument) {
+            if (!argument.starts_with("stop")) display.show(platform::intValue(argument));
         });
         if (started) listener = std::move(*started);
     }
     auto job = Job::start(toolBesideUs(), request->kind, std::move(request->settings));
     if (!job) return complain(job.error().message);
-    auto status = superviseJob(**job, display, reportedPage);
+    auto status = superviseJob(**job, display);
     display.finish();
     if (!status) return complain(status.error().message);
     printOutcome(**job);

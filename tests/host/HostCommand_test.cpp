@@ -1,7 +1,13 @@
 // The built pdfannotations-host, run from a shell as a publisher or a host developer runs it.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <pty.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 
@@ -22,6 +28,48 @@ const std::string kUsage =
     "       pdfannotations-host listen\n"
     "       pdfannotations-host preview BOOK.pdf [XML...] [--page N] [--password PW] [--r2l]\n"
     "                           [--scale S] -o PNG\n";
+
+extern "C" char** environ;
+
+// Runs the command with standard output and error on a terminal of its own; gives what the
+// terminal received (line feeds arrive as "\r\n").
+std::string runOnTerminal(const std::vector<std::string>& arguments, const fs::path& tmp) {
+    int terminal = -1;
+    int side = -1;
+    if (::openpty(&terminal, &side, nullptr, nullptr, nullptr) != 0) return "no terminal";
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, side, 1);
+    posix_spawn_file_actions_adddup2(&actions, side, 2);
+    posix_spawn_file_actions_addclose(&actions, terminal);
+    std::vector<std::string> texts = {PDFA_HOST_COMMAND};
+    texts.insert(texts.end(), arguments.begin(), arguments.end());
+    std::vector<char*> argv;
+    for (std::string& text : texts) argv.push_back(text.data());
+    argv.push_back(nullptr);
+    std::vector<std::string> variables = {"TMPDIR=" + tmp.string()};
+    for (char** variable = environ; *variable != nullptr; ++variable) {
+        if (!std::string_view(*variable).starts_with("TMPDIR=")) variables.push_back(*variable);
+    }
+    std::vector<char*> envp;
+    for (std::string& variable : variables) envp.push_back(variable.data());
+    envp.push_back(nullptr);
+    pid_t child = -1;
+    const int failed =
+        ::posix_spawn(&child, PDFA_HOST_COMMAND, &actions, nullptr, argv.data(), envp.data());
+    posix_spawn_file_actions_destroy(&actions);
+    ::close(side);
+    std::string received;
+    char buffer[256];
+    for (ssize_t n;
+         !failed && ((n = ::read(terminal, buffer, sizeof buffer)) > 0 || errno == EINTR);) {
+        if (n > 0) received.append(buffer, static_cast<std::size_t>(n));
+    }
+    ::close(terminal);
+    int status = 0;
+    if (!failed) ::waitpid(child, &status, 0);
+    return received;
+}
 
 class HostCommand : public ::testing::Test {
 protected:
@@ -138,6 +186,19 @@ TEST_F(HostCommand, RunOfATextToLinkJobGivesThePdf) {
     const ProcessResult result = host({"run", "-a", "input=" + book.string(), "range=1"});
     EXPECT_EQ(result.exitStatus, 0);
     EXPECT_EQ(result.out, book.string() + "\n");
+}
+
+TEST_F(HostCommand, RunDrawsAProgressBarOnATerminal) {
+    const std::string received =
+        runOnTerminal({"run", "-a", "input=" + book.string(), "range=ALL"}, tmp.path());
+    EXPECT_EQ(received,
+              "\r[######........................] page 1 of 5"
+              "\r[############..................] page 2 of 5"
+              "\r[##################............] page 3 of 5"
+              "\r[########################......] page 4 of 5"
+              "\r[##############################] page 5 of 5"
+              "\r\033[K" +
+                  book.string() + "\r\n");
 }
 
 TEST_F(HostCommand, StopRaisesTheFlagOfARunningJob) {
