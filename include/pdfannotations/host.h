@@ -21,6 +21,10 @@
  * char *` belong to the handle they came from; texts returned through `char **` belong to the
  * caller, who frees them with pdfa_free(). No function lets a C++ exception escape and none
  * calls exit() or abort().
+ *
+ * Threads: a handle is used by one thread at a time, except that pdfa_job_stop may be called
+ * from any thread (a progress callback included) while another waits for the job, and a stop
+ * flag may be raised or cleared from any thread while it exists.
  */
 
 #include <stddef.h>
@@ -147,7 +151,7 @@ PDFA_HOST_API pdfa_status pdfa_listener_start(pdfa_progress_callback callback, v
 /* The number of messages received so far. */
 PDFA_HOST_API size_t pdfa_listener_count(const pdfa_listener* listener);
 /* Stops the thread (a callback under way finishes first), removes the socket file and frees
-   the listener. */
+   the listener. Not to be called from inside its own callback. */
 PDFA_HOST_API void pdfa_listener_free(pdfa_listener* listener);
 
 /* ---- Jobs ----------------------------------------------------------------------------------- */
@@ -170,7 +174,7 @@ PDFA_HOST_API pdfa_status pdfa_job_start(const char* tool, pdfa_job_kind kind,
 PDFA_HOST_API pdfa_status pdfa_job_wait(pdfa_job* job, int timeout_ms, int* exit_status);
 
 /* Asks the job to stop through its stop flag. The worker ends after the page or link it is on
-   and still writes what it has; wait for it with pdfa_job_wait. */
+   and still writes what it has; wait for it with pdfa_job_wait. Safe from any thread. */
 PDFA_HOST_API void pdfa_job_stop(pdfa_job* job);
 
 /* The identifier the job runs under (given or made). */

@@ -194,10 +194,12 @@ void Job::finish(int waitStatus) {
     err_ = readAll(errCapture_);
     closeIfOpen(outCapture_);
     closeIfOpen(errCapture_);
+    std::lock_guard<std::mutex> lock(stopFlagMutex_);
     stopFlag_.reset();
 }
 
 void Job::stop() {
+    std::lock_guard<std::mutex> lock(stopFlagMutex_);
     if (stopFlag_) stopFlag_->raise();
 }
 

@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -40,7 +41,8 @@ public:
     // has ended, later calls give the same status at once.
     platform::Result<std::optional<int>> wait(std::optional<std::chrono::milliseconds> timeout);
 
-    // Raises the stop flag; the worker ends after the page or link it is on.
+    // Raises the stop flag; the worker ends after the page or link it is on. Safe from any
+    // thread, also from a progress callback while another thread waits.
     void stop();
 
     const std::string& identifier() const { return identifier_; }
@@ -62,6 +64,7 @@ private:
     JobKind kind_;
     SettingsText settings_;
     std::string identifier_;
+    std::mutex stopFlagMutex_;  // stop() may race with the end removing the flag
     std::unique_ptr<StopFlagFile> stopFlag_;
     OutputSnapshot snapshot_;
     pid_t pid_ = -1;
