@@ -30,34 +30,6 @@ private:
     TarnStopFlag flag_;
 };
 
-convert::QXAnnos makeQXAnnos(const ConversionSettings& settings) {
-    convert::QXAnnos job;
-    job.inputFile = settings.inputFile;
-    job.outputFile = settings.outputFile;
-    job.pageRange = settings.pageRange;
-    job.password = settings.password;
-    job.wideMode = settings.wideMode;
-    job.divWidth = settings.divWidth;
-    job.isHTML5Annotions = settings.isHTML5Annotions;
-    job.taskID = settings.taskID;
-    job.isRight2Left = settings.isRight2Left;
-    job.isNewMode = settings.isNewMode;
-    job.aspectRatio = settings.aspectRatio;
-    job.isText2Link = settings.isText2Link;
-    job.typeOfText2Link = settings.typeOfText2Link;
-    return job;
-}
-
-text2link::ParsePDFTextLink makeParsePDFTextLink(const TextLinkSettings& settings) {
-    text2link::ParsePDFTextLink job;
-    job.pdfFile = settings.pdfFile;
-    job.pageRange = settings.pageRange;
-    job.password = settings.password;
-    job.taskID = settings.taskID;
-    job.parseType = settings.parseType;
-    return job;
-}
-
 std::int64_t showUsage(Arguments, platform::Reporter& reporter, JobRunner&) {
     printUsage(reporter);
     return 0;
@@ -74,7 +46,8 @@ std::int64_t runConversion(Arguments arguments, platform::Reporter& reporter, Jo
     }
     if (!settings.isComplete()) return showUsage(arguments, reporter, jobs);
     const JobStopFlag stop(settings.taskID);
-    convert::QXAnnos job = makeQXAnnos(settings);
+    // The job part alone goes on; what the reading noted stays here.
+    convert::QXAnnos job = settings;
     return jobs.parseAnnosToXML(job, stop.flag(), reporter);
 }
 
@@ -89,7 +62,7 @@ std::int64_t runTextLink(Arguments arguments, platform::Reporter& reporter, JobR
     // The host expects no output here: it learns about -a jobs from their progress messages.
     if (!settings || !settings->isComplete()) return 0;
     const JobStopFlag stop(settings->taskID);
-    text2link::ParsePDFTextLink job = makeParsePDFTextLink(*settings);
+    text2link::ParsePDFTextLink job = *settings;
     jobs.parse(job, stop.flag(), reporter);
     return 0;
 }

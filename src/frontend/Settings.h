@@ -9,24 +9,14 @@
 #include <span>
 #include <string>
 
+#include "convert/QXAnnos.h"
+#include "text2link/ParsePDFTextLink.h"
+
 namespace frontend {
 
-// The annotation conversion job (-b), with the defaults that apply when no item sets a value.
-struct ConversionSettings {
-    std::string inputFile;
-    std::string outputFile;
-    std::string pageRange;
-    std::optional<std::string> password;
-    std::int64_t wideMode = 0;
-    std::int64_t divWidth = 0;
-    bool isHTML5Annotions = false;
-    std::optional<std::string> taskID;
-    bool isRight2Left = false;
-    bool isNewMode = false;
-    double aspectRatio = 1.0;
-    bool isText2Link = false;
-    std::int64_t typeOfText2Link = 3;
-
+// The annotation conversion job (-b) as the items set it, starting from the job's defaults, and
+// what the reading noted beside it.
+struct ConversionSettings : convert::QXAnnos {
     // A "divide" item asked for the dividing width to be measured from the document; this is
     // done only when wideMode is 1 at the end.
     bool detectWidth = false;
@@ -38,13 +28,10 @@ struct ConversionSettings {
     bool isComplete() const { return requiredItems == 15; }
 };
 
-// The text-to-link job (-a).
-struct TextLinkSettings {
-    std::string pdfFile;
-    std::string pageRange = "ALL";
-    std::optional<std::string> password;
-    std::int64_t parseType = 3;
-    std::optional<std::string> taskID;
+// The text-to-link job (-a) as the items set it; the range is "ALL" unless an item gives one.
+struct TextLinkSettings : text2link::ParsePDFTextLink {
+    TextLinkSettings() { pageRange = "ALL"; }
+
     unsigned requiredItems = 0;
 
     // Input (bit 1) and range (bit 2); bit 4 notes a password.
