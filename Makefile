@@ -3,8 +3,10 @@ JOBS ?= $(shell nproc)
 RELEASE_DIR := build/release
 TEST_DIR := build/asan
 PREFIX ?= /usr/local
+FUZZ_DIR := build/fuzz
+FUZZ_SECONDS ?= 60
 
-.PHONY: all deps build test demo bench clean install package
+.PHONY: all deps build test demo bench fuzz clean install package
 
 all: build
 
@@ -22,6 +24,13 @@ test: deps
 	cd $(TEST_DIR) && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
 	  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
 	  ctest --output-on-failure -j $(JOBS)
+
+# Each libFuzzer target for FUZZ_SECONDS (clang; fuzz/run.sh says where findings go).
+fuzz: deps
+	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DPDFA_FUZZ=ON \
+	  -DPDFA_TESTS=OFF >/dev/null
+	cmake --build $(FUZZ_DIR) -j $(JOBS) --target fuzzers
+	fuzz/run.sh $(FUZZ_DIR) $(FUZZ_SECONDS)
 
 # Installs the release build under PREFIX; DESTDIR, when given, is put before it.
 install: build
