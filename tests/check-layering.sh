@@ -13,7 +13,9 @@ check() {  # folder, then the folders it must not include
     if [ -n "$hits" ]; then echo "$dir includes $above:"; echo "$hits"; status=1; fi
   done
 }
-check platform pdf convert text2link frontend
-check pdf convert text2link frontend
-check text2link convert
+check platform pdf convert text2link frontend host
+check pdf convert text2link frontend host
+check text2link convert host
+check convert host
+check frontend host
 exit $status
