@@ -15,6 +15,7 @@
 
 #include "convert/SlidesTestSupport.h"
 #include "platform/PugiXML.h"
+#include "support/CorpusManifest.h"
 #include "support/Process.h"
 #include "support/TempDir.h"
 
@@ -23,34 +24,7 @@ namespace {
 namespace fs = std::filesystem;
 using testsupport::ProcessResult;
 
-struct CorpusFile {
-    std::string name;
-    std::string password;  // empty when the manifest gives none
-    bool damaged = false;  // listed in the "damaged" category
-};
-
-std::vector<std::string> splitTabs(const std::string& line) {
-    std::vector<std::string> fields;
-    std::istringstream in(line);
-    for (std::string field; std::getline(in, field, '\t');) fields.push_back(field);
-    return fields;
-}
-
-std::vector<CorpusFile> readManifest() {
-    std::vector<CorpusFile> files;
-    std::ifstream in(fs::path(PDFA_CORPUS_DIR) / "MANIFEST.tsv");
-    std::string line;
-    std::getline(in, line);  // the column names
-    while (std::getline(in, line)) {
-        std::vector<std::string> fields = splitTabs(line);
-        if (fields.size() < 7 || fields[0].empty()) continue;
-        std::string password = fields[4];
-        if (password == "-" || password == "(empty)") password.clear();
-        bool damaged = ("," + fields[6] + ",").find(",damaged,") != std::string::npos;
-        files.push_back({fields[0], password, damaged});
-    }
-    return files;
-}
+using testsupport::CorpusFile;
 
 // "|" and "=" inside a path would split the item; the host writes them escaped.
 std::string escapePath(const std::string& path) {
@@ -80,21 +54,22 @@ TEST_P(SlidesCorpus, ConvertsToWellFormedSlides) {
     const CorpusFile& file = GetParam();
     testsupport::TempDir dir;
     fs::create_directories(dir / "out");
-    std::string items = "input=" + escapePath((fs::path(PDFA_CORPUS_DIR) / file.name).string()) +
+    std::string items = "input=" + escapePath(file.path().string()) +
                         "|output=" + escapePath((dir / "out").string()) +
                         "|range=1-3|divide=2|html5=1|t2l=all|identifier=corpus";
-    if (!file.password.empty()) items += "|password=" + file.password;
+    const std::string password = file.userPassword.value_or("");
+    if (!password.empty()) items += "|password=" + password;
     ProcessResult result =
         testsupport::runProcess(PDFA_TOOL, {"-b", codes(items)}, {{"TMPDIR", dir.path().string()}});
     ASSERT_TRUE(result.started);
     EXPECT_FALSE(result.timedOut);
     EXPECT_EQ(result.signal, 0) << result.err;
     EXPECT_TRUE(result.exitStatus == 0 || result.exitStatus == 255) << result.exitStatus;
-    if (file.password.size() >= 126) {
+    if (password.size() >= 126) {
         // Too long to be applied, so the document stays locked.
         EXPECT_EQ(result.exitStatus, 255);
         EXPECT_EQ(result.out, "failed to verify the password!!!\n");
-    } else if (!file.damaged) {
+    } else if (!file.isDamaged()) {
         EXPECT_EQ(result.exitStatus, 0) << result.out << result.err;
         EXPECT_FALSE(fs::is_empty(dir / "out"));
     }
@@ -109,14 +84,7 @@ TEST_P(SlidesCorpus, ConvertsToWellFormedSlides) {
     }
 }
 
-std::string testName(const testing::TestParamInfo<CorpusFile>& info) {
-    std::string name = std::to_string(info.index) + "_" + info.param.name;
-    std::replace_if(
-        name.begin(), name.end(),
-        [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); }, '_');
-    return name;
-}
-
-INSTANTIATE_TEST_SUITE_P(Corpus, SlidesCorpus, testing::ValuesIn(readManifest()), testName);
+INSTANTIATE_TEST_SUITE_P(Corpus, SlidesCorpus, testing::ValuesIn(testsupport::readCorpusManifest()),
+                         testsupport::corpusTestName);
 
 }  // namespace

@@ -17,6 +17,7 @@
 #include "convert/GoldenXml.h"
 #include "convert/QXAnnos.h"
 #include "platform/PugiXML.h"
+#include "support/CorpusManifest.h"
 #include "support/TempDir.h"
 
 namespace {
@@ -25,34 +26,7 @@ namespace fs = std::filesystem;
 
 constexpr int kMostPages = 30;
 
-struct CorpusFile {
-    std::string name;
-    std::optional<std::string> password;
-    int pages = 0;
-};
-
-std::vector<std::string> splitTabs(const std::string& line) {
-    std::vector<std::string> fields;
-    std::istringstream in(line);
-    for (std::string field; std::getline(in, field, '\t');) fields.push_back(field);
-    return fields;
-}
-
-std::vector<CorpusFile> readManifest() {
-    std::vector<CorpusFile> files;
-    std::ifstream in(fs::path(PDFA_CORPUS_DIR) / "MANIFEST.tsv");
-    std::string line;
-    std::getline(in, line);  // the column names
-    while (std::getline(in, line)) {
-        std::vector<std::string> fields = splitTabs(line);
-        if (fields.size() < 5 || fields[0].empty()) continue;
-        CorpusFile file{fields[0], std::nullopt, std::atoi(fields[2].c_str())};
-        if (fields[4] == "(empty)") file.password = "";
-        if (fields[4] != "-" && fields[4] != "(empty)") file.password = fields[4];
-        files.push_back(file);
-    }
-    return files;
-}
+using testsupport::CorpusFile;
 
 struct Variant {
     const char* name;
@@ -104,10 +78,10 @@ TEST_P(QXAnnosCorpus, ConvertsEveryPageIntoWellFormedXml) {
         fs::path out = dir / variant.name;
         fs::create_directories(out);
         convert::QXAnnos job;
-        job.inputFile = (fs::path(PDFA_CORPUS_DIR) / file.name).string();
+        job.inputFile = file.path().string();
         job.outputFile = out.string();
-        job.pageRange = file.pages > kMostPages ? "1-" + std::to_string(kMostPages) : "ALL";
-        job.password = file.password;
+        job.pageRange = file.pageCount() > kMostPages ? "1-" + std::to_string(kMostPages) : "ALL";
+        job.password = file.userPassword;
         job.wideMode = variant.wideMode;
         job.isRight2Left = variant.isRight2Left;
         job.isText2Link = variant.isText2Link;
@@ -126,11 +100,6 @@ TEST_P(QXAnnosCorpus, ConvertsEveryPageIntoWellFormedXml) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Corpus, QXAnnosCorpus, ::testing::ValuesIn(readManifest()),
-                         [](const ::testing::TestParamInfo<CorpusFile>& info) {
-                             std::string name;
-                             for (char c : info.param.name) {
-                                 name += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
-                             }
-                             return name;
-                         });
+INSTANTIATE_TEST_SUITE_P(Corpus, QXAnnosCorpus,
+                         ::testing::ValuesIn(testsupport::readCorpusManifest()),
+                         testsupport::corpusTestName);

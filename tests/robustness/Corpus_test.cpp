@@ -11,64 +11,12 @@
 #include "pdf/ImprovePDFPage.h"
 #include "pdf/detectWidePageForFile.h"
 #include "platform/MuPDFDocument.h"
+#include "support/CorpusManifest.h"
 #include "support/TempDir.h"
 
 namespace {
 
-struct CorpusFile {
-    std::string file;
-    std::string pages;  // a number, "N (mutool)" or "n/a"
-    std::string encryption;
-    std::string categories;  // comma-separated; "damaged" among them for broken files
-    std::optional<std::string> userPassword;  // nullopt when unknown or not encrypted
-    std::optional<std::string> ownerPassword;
-    std::string linkUriCount;  // a number or "n/a"
-    std::string linkNamedCount;
-    std::string notes;
-};
-
-std::vector<std::string> splitTabs(const std::string& line) {
-    std::vector<std::string> fields;
-    std::stringstream in(line);
-    std::string field;
-    while (std::getline(in, field, '\t')) fields.push_back(field);
-    return fields;
-}
-
-// The manifest writes "-" for no encryption, "(empty)" for the empty password and "(unknown)"
-// for one nobody documented; any other value is the password in UTF-8.
-std::optional<std::string> passwordField(const std::string& field) {
-    if (field == "-" || field == "(unknown)") return std::nullopt;
-    if (field == "(empty)") return std::string();
-    return field;
-}
-
-std::vector<CorpusFile> readManifest() {
-    std::ifstream in(std::string(PDFA_CORPUS_DIR) + "/MANIFEST.tsv");
-    std::string line;
-    std::getline(in, line);
-    std::vector<std::string> header = splitTabs(line);
-    auto column = [&](const std::string& name) {
-        return static_cast<std::size_t>(std::find(header.begin(), header.end(), name) -
-                                        header.begin());
-    };
-    std::vector<CorpusFile> files;
-    while (std::getline(in, line)) {
-        std::vector<std::string> f = splitTabs(line);
-        f.resize(header.size());
-        files.push_back({f[column("file")], f[column("pages")], f[column("encryption")],
-                         f[column("categories")], passwordField(f[column("user_password")]),
-                         passwordField(f[column("owner_password")]), f[column("link_uri_count")],
-                         f[column("link_named_count")], f[column("notes")]});
-    }
-    return files;
-}
-
-std::string testName(const ::testing::TestParamInfo<CorpusFile>& info) {
-    std::string name = std::to_string(info.index) + "_";
-    for (char c : info.param.file) name += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
-    return name;
-}
+using testsupport::CorpusFile;
 
 bool isNumber(const std::string& text) {
     return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
@@ -182,6 +130,7 @@ TEST_P(Corpus, SavedLinkReadsBackAndEncryptionStays) {
     EXPECT_EQ(annotations.back().bounds, (platform::Rect{10, 20, 30, 40}));
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, Corpus, ::testing::ValuesIn(readManifest()), testName);
+INSTANTIATE_TEST_SUITE_P(Files, Corpus, ::testing::ValuesIn(testsupport::readCorpusManifest()),
+                         testsupport::corpusTestName);
 
 }  // namespace
