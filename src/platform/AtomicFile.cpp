@@ -6,22 +6,34 @@
 
 #include <cerrno>
 #include <cstring>
-#include <vector>
+#include <filesystem>
 
 namespace platform {
-
 namespace {
 
 Error systemError(const std::string& step, const std::string& path, int error) {
     return makeError(Error::Code::System, step + " " + path + ": " + std::strerror(error));
 }
 
+// umask can only be read by setting it, so it is read once.
+mode_t newFilePermissions() {
+    static const mode_t permissions = [] {
+        mode_t mask = ::umask(0);
+        ::umask(mask);
+        return 0666 & ~mask;
+    }();
+    return permissions;
+}
+
 mode_t permissionsFor(const std::string& path) {
     struct stat existing {};
     if (::stat(path.c_str(), &existing) == 0) return existing.st_mode & 07777;
-    mode_t mask = ::umask(0);
-    ::umask(mask);
-    return 0666 & ~mask;
+    return newFilePermissions();
+}
+
+std::filesystem::path folderOf(const std::string& path) {
+    std::filesystem::path folder = std::filesystem::path(path).parent_path();
+    return folder.empty() ? std::filesystem::path(".") : folder;
 }
 
 bool writeAll(int fd, std::string_view bytes) {
@@ -34,34 +46,54 @@ bool writeAll(int fd, std::string_view bytes) {
     return true;
 }
 
-// Fills and closes the open temporary file; errno tells why when it fails.
-bool fillAndClose(int fd, std::string_view bytes, mode_t mode) {
-    bool ok = writeAll(fd, bytes) && ::fchmod(fd, mode) == 0 && ::fsync(fd) == 0;
-    int error = errno;
-    if (::close(fd) != 0 && ok) return false;
-    errno = error;
-    return ok;
+// Makes the rename itself durable; best effort, as not every file system can sync a folder.
+void syncFolder(const std::filesystem::path& folder) {
+    int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0) return;
+    ::fsync(fd);
+    ::close(fd);
 }
 
 }  // namespace
 
-Status writeFileAtomically(const std::string& path, std::string_view bytes) {
-    std::string pattern = path + ".tmp-XXXXXX";
-    std::vector<char> name(pattern.begin(), pattern.end());
-    name.push_back('\0');
-    int fd = ::mkstemp(name.data());
-    if (fd < 0) return systemError("cannot create a temporary file for", path, errno);
-    if (!fillAndClose(fd, bytes, permissionsFor(path))) {
-        int error = errno;
-        ::unlink(name.data());
-        return systemError("cannot write", name.data(), error);
+SiblingFile::SiblingFile(const std::string& target) : target_(target) {
+    std::string name = std::filesystem::path(target).filename().string();
+    std::string pattern = (folderOf(target) / ("." + name + ".XXXXXX")).string();
+    fd_ = ::mkstemp(pattern.data());
+    if (fd_ < 0) {
+        created_ = systemError("cannot create a temporary file beside", target, errno);
+        return;
     }
-    if (::rename(name.data(), path.c_str()) != 0) {
-        int error = errno;
-        ::unlink(name.data());
-        return systemError("cannot rename over", path, error);
+    path_ = pattern;
+}
+
+SiblingFile::~SiblingFile() {
+    if (fd_ >= 0) ::close(fd_);
+    if (!placed_ && !path_.empty()) ::unlink(path_.c_str());
+}
+
+Status SiblingFile::placeOverTarget(bool durable) {
+    if (::fchmod(fd_, permissionsFor(target_)) != 0 || (durable && ::fsync(fd_) != 0)) {
+        return systemError("cannot finish", path_, errno);
     }
+    if (::close(fd_) != 0) {
+        fd_ = -1;
+        return systemError("cannot finish", path_, errno);
+    }
+    fd_ = -1;
+    if (::rename(path_.c_str(), target_.c_str()) != 0) {
+        return systemError("cannot replace", target_, errno);
+    }
+    placed_ = true;
+    if (durable) syncFolder(folderOf(target_));
     return Done{};
+}
+
+Status writeFileAtomically(const std::string& path, std::string_view bytes) {
+    SiblingFile file(path);
+    if (!file.created()) return file.created();
+    if (!writeAll(file.fd(), bytes)) return systemError("cannot write", file.path(), errno);
+    return file.placeOverTarget(false);
 }
 
 }  // namespace platform

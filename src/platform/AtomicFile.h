@@ -1,6 +1,6 @@
 #pragma once
 // Replacing a file so that readers see either the old or the complete new content, never a
-// partial one.
+// partial one: the new content goes into a hidden sibling, which is renamed over the target.
 
 #include <string>
 #include <string_view>
@@ -9,10 +9,37 @@
 
 namespace platform {
 
-// Writes bytes to a temporary file beside path, flushes it to disk and renames it over path.
-// A new file gets the permissions the process's umask allows; an existing file keeps its own.
-// On failure the temporary file is removed, path is left as it was, and the error says which
-// step failed.
+// A temporary file beside a target, removed again unless it was placed over the target (also
+// when the process fails in between: only a killed process leaves one behind).
+class SiblingFile {
+public:
+    // Creates ".<name>.XXXXXX" in the target's folder; check ok().
+    explicit SiblingFile(const std::string& target);
+    ~SiblingFile();
+    SiblingFile(const SiblingFile&) = delete;
+    SiblingFile& operator=(const SiblingFile&) = delete;
+
+    // The creation error, or Done.
+    const Status& created() const { return created_; }
+    int& fd() { return fd_; }
+    const std::string& path() const { return path_; }
+
+    // Gives the file the target's permission bits (a new target: what the umask allows) and
+    // renames it over the target. durable also flushes the file and the rename to disk first,
+    // for content that cannot be made again.
+    Status placeOverTarget(bool durable);
+
+private:
+    std::string target_;
+    std::string path_;
+    int fd_ = -1;
+    bool placed_ = false;
+    Status created_ = Done{};
+};
+
+// Writes bytes to a sibling of path and renames it over path. The write is not flushed to disk:
+// it suits files that can be made again from their source. On failure path is left as it was
+// and the error says which step failed.
 Status writeFileAtomically(const std::string& path, std::string_view bytes);
 
 }  // namespace platform
