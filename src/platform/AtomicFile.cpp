@@ -57,7 +57,12 @@ void syncFolder(const std::filesystem::path& folder) {
 }  // namespace
 
 SiblingFile::SiblingFile(const std::string& target) : target_(target) {
+    // The sibling's name is the target's with 8 bytes more; a target whose name is near the
+    // file system's limit lends only what fits.
     std::string name = std::filesystem::path(target).filename().string();
+    long limit = ::pathconf(folderOf(target).c_str(), _PC_NAME_MAX);
+    std::size_t fits = limit > 8 ? static_cast<std::size_t>(limit) - 8 : 247;
+    if (name.size() > fits) name.resize(fits);
     std::string pattern = (folderOf(target) / ("." + name + ".XXXXXX")).string();
     fd_ = ::mkstemp(pattern.data());
     if (fd_ < 0) {

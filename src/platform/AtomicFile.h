@@ -13,7 +13,7 @@ namespace platform {
 // when the process fails in between: only a killed process leaves one behind).
 class SiblingFile {
 public:
-    // Creates ".<name>.XXXXXX" in the target's folder; check ok().
+    // Creates ".<name>.XXXXXX" in the target's folder (the name cut to fit); check created().
     explicit SiblingFile(const std::string& target);
     ~SiblingFile();
     SiblingFile(const SiblingFile&) = delete;

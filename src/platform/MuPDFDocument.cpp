@@ -163,7 +163,10 @@ bool Document::isEncrypted() const { return m_ && m_->engine->doc->crypt != null
 bool Document::unlock(const std::string& password) {
     if (!m_) return false;
     PdfObject::Handle& engine = *m_->engine;
-    if (!engine.unlocked) engine.unlocked = authenticate(engine.ctx, engine.doc, password.c_str());
+    if (!engine.unlocked && authenticate(engine.ctx, engine.doc, password.c_str())) {
+        engine.unlocked = true;
+        engine.password = password;
+    }
     return engine.unlocked;
 }
 

@@ -44,6 +44,7 @@ struct PdfObject::Handle {
     fz_context* ctx = nullptr;
     pdf_document* doc = nullptr;
     bool unlocked = false;
+    std::string password;  // the one that unlocked the document ("" when none was needed)
     bool pageTreeTried = false;
     bool pageTreeLoaded = false;
 

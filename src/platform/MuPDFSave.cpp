@@ -44,6 +44,35 @@ Status writePdf(fz_context* ctx, pdf_document* doc, int* fd, bool incremental) {
     return Done{};
 }
 
+// The written file must open again as the original did: without repair, with the password that
+// unlocked the original, and with as many pages. The engine can write a repaired encrypted file
+// whose keys no longer match, and replacing the input with that would lose it.
+bool opensAsWritten(fz_context* ctx, const char* path, const char* password, int pages) {
+    pdf_document* doc = nullptr;
+    int ok = 0;
+    fz_var(doc);
+    fz_var(ok);
+    fz_try(ctx) {
+        doc = pdf_open_document(ctx, path);
+        ok = !pdf_was_repaired(ctx, doc) &&
+             (!pdf_needs_password(ctx, doc) || pdf_authenticate_password(ctx, doc, password)) &&
+             pdf_count_pages(ctx, doc) == pages;
+    }
+    fz_always(ctx) { pdf_drop_document(ctx, doc); }
+    fz_catch(ctx) { ok = 0; }
+    return ok != 0;
+}
+
+Status writeVerifiedPdf(const PdfObject::Handle& engine, SiblingFile& file, bool incremental,
+                        int pages) {
+    Status written = writePdf(engine.ctx, engine.doc, &file.fd(), incremental);
+    if (!written) return written;
+    if (!opensAsWritten(engine.ctx, file.path().c_str(), engine.password.c_str(), pages)) {
+        return makeError(Error::Code::Format, "the written file does not open as the original");
+    }
+    return Done{};
+}
+
 }  // namespace
 
 Status Document::save(const std::string& path) {
@@ -52,11 +81,11 @@ Status Document::save(const std::string& path) {
     }
     SiblingFile temporary(path);
     if (!temporary.created()) return temporary.created();
-    fz_context* ctx = m_->engine->ctx;
-    pdf_document* doc = m_->engine->doc;
-    bool incremental = !m_->saved && canWriteIncrementally(ctx, doc);
-    Status written = writePdf(ctx, doc, &temporary.fd(), incremental);
-    if (!written && incremental) written = writePdf(ctx, doc, &temporary.fd(), false);
+    const PdfObject::Handle& engine = *m_->engine;
+    const int pages = pageCount();
+    bool incremental = !m_->saved && canWriteIncrementally(engine.ctx, engine.doc);
+    Status written = writeVerifiedPdf(engine, temporary, incremental, pages);
+    if (!written && incremental) written = writeVerifiedPdf(engine, temporary, false, pages);
     if (!written) return written;
     Status replaced = temporary.placeOverTarget(true);
     if (!replaced) return replaced;
