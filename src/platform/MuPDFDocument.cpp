@@ -32,12 +32,20 @@ bool authenticate(fz_context* ctx, pdf_document* doc, const char* password) {
     return result != 0;
 }
 
+// The root's /Count as the engine reads it, believed only when every page can be an object of
+// its own: a negative or huge count made the engine size its page maps by it (an abort, or
+// hours sorting billions of entries), and "ALL" would select that many pages.
 int countPages(fz_context* ctx, pdf_document* doc) {
     int count = 0;
+    int objects = 0;
     fz_var(count);
-    fz_try(ctx) { count = pdf_count_pages(ctx, doc); }
+    fz_var(objects);
+    fz_try(ctx) {
+        count = pdf_count_pages(ctx, doc);
+        objects = pdf_xref_len(ctx, doc);
+    }
     fz_catch(ctx) { count = 0; }
-    return count > 0 ? count : 0;
+    return count > 0 && count < objects ? count : 0;
 }
 
 // The page tree maps make page lookups by index and by object fast; a broken tree leaves the
@@ -93,7 +101,8 @@ pdf_obj* trailerOf(fz_context* ctx, pdf_document* doc) {
 void ensurePageTree(PdfObject::Handle& engine) {
     if (engine.pageTreeTried || !engine.unlocked) return;
     engine.pageTreeTried = true;
-    engine.pageTreeLoaded = loadPageTree(engine.ctx, engine.doc);
+    engine.pageTreeLoaded = countPages(engine.ctx, engine.doc) > 0 &&
+                            loadPageTree(engine.ctx, engine.doc);
 }
 
 }  // namespace
