@@ -1,0 +1,76 @@
+// Hostile and broken PDFs through the real executable: each file goes through -b for the page
+// editor, -b for the slides (with text links, every page divided) and -a. Whatever the file,
+// every run ends by itself within the stated time and memory, never by a signal; -b exits 0
+// (255 only when the document does not open, with its one line) and writes well-formed XML;
+// -a exits 0 silently and leaves the file byte-identical or a PDF that opens with the same
+// pages, with no temporary file left beside it. -b never touches its input.
+//
+// Each test prints its figures (inputs, runs, longest run, peak memory) for docs/RELIABILITY.md.
+// Files the tool does not cope with yet are in KnownBugs_test.cpp.
+
+#include "robustness/HostilePdfs.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+#include "robustness/ToolJobs.h"
+#include "support/TempDir.h"
+
+namespace {
+
+using namespace robustness;
+
+// Bounds for one run under AddressSanitizer, which is several times slower and hungrier than a
+// release build.
+constexpr Limits kLimits{std::chrono::seconds(120), 2048, 256};
+
+class HostilePdfs : public testing::Test {
+protected:
+    void runCases(const std::vector<HostileCase>& cases, Limits limits = kLimits) {
+        Figures figures;
+        for (std::size_t k = 0; k < cases.size(); ++k) {
+            SCOPED_TRACE(cases[k].name);
+            expectEveryJobCopes(cases[k].bytes, dir_.path() / ("case" + std::to_string(k)), limits,
+                                figures);
+        }
+        const auto* test = testing::UnitTest::GetInstance()->current_test_info();
+        std::printf(
+            "[figures] %s: %d inputs, %d runs, longest run %.1f s, peak %ld MiB, "
+            "-b refused %d\n",
+            test->name(), figures.inputs, figures.runs, figures.longestSeconds,
+            figures.peakKiB / 1024, figures.refused);
+    }
+
+private:
+    testsupport::TempDir dir_;
+};
+
+TEST_F(HostilePdfs, TruncatedFiles) { runCases(truncations()); }
+
+TEST_F(HostilePdfs, FlippedBytes) { runCases(byteFlips()); }
+
+TEST_F(HostilePdfs, BrokenCrossReferences) { runCases(brokenCrossReferences()); }
+
+TEST_F(HostilePdfs, BrokenPageTrees) { runCases(brokenPageTrees()); }
+
+TEST_F(HostilePdfs, LoopingReferences) { runCases(loopingReferences()); }
+
+// The slides of 100,000 links hold them all in one XML tree: over 1.5 GiB under the sanitizer.
+TEST_F(HostilePdfs, HugeAnnotationArrays) {
+    runCases(hugeAnnotationArrays(), Limits{std::chrono::seconds(300), 3072, 512});
+}
+
+TEST_F(HostilePdfs, InflationBombs) { runCases(inflationBombs()); }
+
+// A real RC4 file with an empty user password, its offsets 7 bytes off: the engine repairs it,
+// and -a, which cannot append to a repaired file, writes it anew. That rewrite once gave a file
+// whose encryption no longer matched its key, which no reader could open.
+TEST_F(HostilePdfs, RepairedEncryptedRealFile) {
+    const std::string file =
+        readBytes(fs::path(PDFA_CORPUS_DIR) / "pdfminer-issue-00352-hash-twos-complement.pdf");
+    ASSERT_FALSE(file.empty());
+    runCases({{"offsets 7 bytes off", file.substr(0, 9) + "%shift\n" + file.substr(9)}});
+}
+
+}  // namespace
