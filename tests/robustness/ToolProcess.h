@@ -16,10 +16,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <map>
 #include <string>
 #include <vector>
@@ -49,6 +51,9 @@ struct ToolResult {
     std::string out;
     std::string err;
     double seconds = 0;  // from start to exit
+    // The child's own peak resident memory, sampled while it runs (a child that ends within
+    // one poll may show 0). The kernel's figure for the reaped child would include the memory
+    // of this process, which the child shares until its exec.
     long peakMemoryKiB = 0;
     Clock::time_point endedAt;
 };
@@ -105,7 +110,7 @@ public:
     }
 
     // Reads what output is there and reaps the child if it has ended (killing it at the time
-    // limit); true once it has ended. Waits at most waitMs for output.
+    // limit) and samples its memory; true once it has ended. Waits at most waitMs for output.
     bool poll(int waitMs = 0) {
         if (done_ || pid_ <= 0) return true;
         drain(waitMs);
@@ -113,11 +118,11 @@ public:
             result_.timedOut = true;
             ::kill(pid_, SIGKILL);
         }
+        result_.peakMemoryKiB = std::max(result_.peakMemoryKiB, residentPeakKiB(pid_));
         int status = 0;
-        struct rusage usage {};
-        pid_t reaped = ::wait4(pid_, &status, WNOHANG, &usage);
+        pid_t reaped = ::waitpid(pid_, &status, WNOHANG);
         if (reaped != pid_) return false;
-        finish(status, usage);
+        finish(status);
         return true;
     }
 
@@ -203,12 +208,20 @@ private:
         }
     }
 
-    void finish(int status, const struct rusage& usage) {
+    // VmHWM of a running process, 0 once it has ended.
+    static long residentPeakKiB(pid_t pid) {
+        std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+        for (std::string line; std::getline(status, line);) {
+            if (line.rfind("VmHWM:", 0) == 0) return std::strtol(line.c_str() + 6, nullptr, 10);
+        }
+        return 0;
+    }
+
+    void finish(int status) {
         while (outFd_ >= 0 || errFd_ >= 0) drain(100);
         done_ = true;
         result_.endedAt = Clock::now();
         result_.seconds = std::chrono::duration<double>(result_.endedAt - startedAt_).count();
-        result_.peakMemoryKiB = usage.ru_maxrss;
         if (WIFEXITED(status)) result_.exitStatus = WEXITSTATUS(status);
         if (WIFSIGNALED(status)) result_.signal = WTERMSIG(status);
     }
