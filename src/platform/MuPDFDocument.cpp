@@ -184,7 +184,9 @@ bool Document::isUnlocked() const { return m_ && m_->engine->unlocked; }
 int Document::pageCount() const {
     if (!m_ || !m_->engine->unlocked) return 0;
     ensurePageTree(*m_->engine);
-    return countPages(m_->engine->ctx, m_->engine->doc);
+    int count = countPages(m_->engine->ctx, m_->engine->doc);
+    if (m_->engine->firstPageCount < 0) m_->engine->firstPageCount = count;
+    return count;
 }
 
 PdfObject Document::pageObject(int index) const {

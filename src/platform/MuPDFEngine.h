@@ -45,6 +45,7 @@ struct PdfObject::Handle {
     pdf_document* doc = nullptr;
     bool unlocked = false;
     std::string password;  // the one that unlocked the document ("" when none was needed)
+    int firstPageCount = -1;  // the count first read; a repair while reading pages can drop pages
     bool pageTreeTried = false;
     bool pageTreeLoaded = false;
 

@@ -83,6 +83,11 @@ Status Document::save(const std::string& path) {
     if (!temporary.created()) return temporary.created();
     const PdfObject::Handle& engine = *m_->engine;
     const int pages = pageCount();
+    // A repair while pages were read can leave the engine with fewer pages than the file had;
+    // writing that out would replace the input with what is left.
+    if (pages != m_->engine->firstPageCount) {
+        return makeError(Error::Code::Format, "the document lost pages while it was read");
+    }
     bool incremental = !m_->saved && canWriteIncrementally(engine.ctx, engine.doc);
     Status written = writeVerifiedPdf(engine, temporary, incremental, pages);
     if (!written && incremental) written = writeVerifiedPdf(engine, temporary, false, pages);
