@@ -27,6 +27,7 @@ test: deps
 
 # Each libFuzzer target for FUZZ_SECONDS (clang; fuzz/run.sh says where findings go).
 fuzz: deps
+	@scripts/install-deps fuzz
 	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DPDFA_FUZZ=ON \
 	  -DPDFA_TESTS=OFF >/dev/null
 	cmake --build $(FUZZ_DIR) -j $(JOBS) --target fuzzers
