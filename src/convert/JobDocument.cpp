@@ -17,6 +17,16 @@ JobDocument::JobDocument(platform::Document document)
       measures_(pdf::measurePages(document_)),
       structParents_(pdf::buildStructParentMap(document_)) {}
 
+platform::Rect JobDocument::cropBox(int index) const {
+    if (index < 0 || static_cast<std::size_t>(index) >= measures_.cropBoxes.size()) return {};
+    return measures_.cropBoxes[static_cast<std::size_t>(index)];
+}
+
+int JobDocument::rotation(int index) const {
+    if (index < 0 || static_cast<std::size_t>(index) >= measures_.rotations.size()) return 0;
+    return measures_.rotations[static_cast<std::size_t>(index)];
+}
+
 std::shared_ptr<const pdf::WidePages> JobDocument::widePagesFor(std::int64_t wideMode,
                                                                 bool isNewMode, double aspectRatio,
                                                                 double pageWidth) const {

@@ -19,6 +19,11 @@ public:
 
     const platform::Document& document() const { return document_; }
     const pdf::StructParentMap& structParents() const { return structParents_; }
+    const pdf::PageMeasures& measures() const { return measures_; }
+    // The crop box and rotation of a zero-based page as measured at the start; an empty box and
+    // 0 for a page the document does not have.
+    platform::Rect cropBox(int index) const;
+    int rotation(int index) const;
 
     // The pages measured, tested and numbered for these wide-page settings. The result for the
     // settings asked last is kept, so converters of one job (which all ask the same) share it.

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "convert/JobDocument.h"
 #include "convert/PDFAnnotations.h"
 #include "platform/AtomicFile.h"
 
@@ -106,7 +107,7 @@ std::optional<PDFAnnotations::LinkTarget> PDFAnnotations::rawURLTarget(
 PDFAnnotations::LinkTarget PDFAnnotations::goToTarget(
     const platform::Destination& destination) const {
     std::int64_t page = std::int64_t{destination.pageIndex} + 1;
-    Rect box = pdfDoc->cropBox(destination.pageIndex);
+    Rect box = jobDocument_->cropBox(destination.pageIndex);
     return LinkTarget{std::nullopt, page, isDestinationInSecondHalf(page, destination.point, box)};
 }
 
@@ -119,7 +120,7 @@ PDFAnnotations::LinkTarget PDFAnnotations::namedTarget(const std::string& name) 
     if (name == "FirstPage") page = 1;
     if (name == "LastPage") page = count;
     page = std::min(std::max<std::int64_t>(page, 1), count);
-    Rect box = pdfDoc->cropBox(static_cast<int>(page - 1));
+    Rect box = jobDocument_->cropBox(static_cast<int>(page - 1));
     return LinkTarget{std::nullopt, page, isDestinationInSecondHalf(page, {0, 0}, box)};
 }
 
@@ -133,8 +134,8 @@ bool PDFAnnotations::isDestinationInSecondHalf(std::int64_t page, platform::Poin
 }
 
 PDFAnnotations::LinkPlacement PDFAnnotations::placeLink(const Rect& bounds, bool divided) const {
-    Rect fraction = convertRatioContraintBounds(bounds, pdfDoc->rotation(currentPageIndex()),
-                                                pdfDoc->cropBox(currentPageIndex()));
+    Rect fraction = convertRatioContraintBounds(bounds, jobDocument_->rotation(currentPageIndex()),
+                                                jobDocument_->cropBox(currentPageIndex()));
     LinkPlacement placement;
     placement.location = {fraction.x, 1.0 - (fraction.y + fraction.height), fraction.width,
                           fraction.height};
@@ -164,9 +165,13 @@ std::string PDFAnnotations::outputPathForHalf(bool divided, int half) const {
     return (path.parent_path() / name).string();
 }
 
-void PDFAnnotations::writeXML(const std::string& path, const platform::XmlDocument& xml) {
-    // The host treats a missing file as a page without links; there is no one to tell.
-    static_cast<void>(platform::writeFileAtomically(path, xml.toCompactString()));
+void PDFAnnotations::writeXML(const std::string& path, const platform::XmlDocument& xml) const {
+    auto write = [path, text = xml.toCompactString()] {
+        // The host treats a missing file as a page without links; there is no one to tell.
+        static_cast<void>(platform::writeFileAtomically(path, text));
+    };
+    if (files_) return files_->submit(std::move(write));
+    write();
 }
 
 }  // namespace convert

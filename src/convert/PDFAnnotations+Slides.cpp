@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "convert/AnimationLinkFormat.h"
+#include "convert/JobDocument.h"
 #include "convert/PDFAnnotations.h"
 #include "platform/NumberText.h"
 #include "platform/PugiXML.h"
@@ -96,9 +97,10 @@ void addSlideLink(SlidePage& page, const platform::Annotation& link, std::int32_
     if (copy) page.second.appendCopy(copy->root());
 }
 
-void writeSlide(platform::XmlDocument& slide, platform::Size size, const std::string& path) {
+void writeSlide(const PDFAnnotations& converter, platform::XmlDocument& slide, platform::Size size,
+                const std::string& path) {
     PDFAnnotations::changeSlidePosition(slide.root(), size, size);
-    PDFAnnotations::writeXML(path, slide);
+    converter.writeXML(path, slide);
 }
 
 std::int32_t linkCount(std::size_t size) {
@@ -110,7 +112,7 @@ std::int32_t linkCount(std::size_t size) {
 
 void PDFAnnotations::parsePageForAnimationEditor(const platform::StopFlag& stop) {
     if (!pdfDoc) return;
-    platform::Rect cropBox = pdfDoc->cropBox(currentPageIndex());
+    platform::Rect cropBox = jobDocument_->cropBox(currentPageIndex());
     std::vector<platform::Annotation> links = readPageLinks(stop);
     std::vector<platform::Annotation> rawList = readRawLinks(stop);
     platform::XmlDocument first = generateXMLForBlankPage();
@@ -127,8 +129,8 @@ void PDFAnnotations::parsePageForAnimationEditor(const platform::StopFlag& stop)
         if (stop.isSet()) break;
         addSlideLink(page, links[i], i);
     }
-    writeSlide(first, page.size, outputPathForHalf(divided, 0));
-    if (divided) writeSlide(second, page.size, outputPathForHalf(divided, 1));
+    writeSlide(*this, first, page.size, outputPathForHalf(divided, 0));
+    if (divided) writeSlide(*this, second, page.size, outputPathForHalf(divided, 1));
 }
 
 void PDFAnnotations::changeGotoPageForAnimationEditor(platform::XmlNode element,

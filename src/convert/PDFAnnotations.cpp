@@ -37,6 +37,10 @@ void PDFAnnotations::useJobDocument(std::shared_ptr<const JobDocument> document)
     jobDocument_ = std::move(document);
 }
 
+void PDFAnnotations::useFileWriter(std::shared_ptr<platform::SerialWorker> files) {
+    files_ = std::move(files);
+}
+
 bool PDFAnnotations::startConvert(const platform::StopFlag& stop, platform::Reporter& reporter) {
     // Checked for every page, also with a shared document: the host may take the file away.
     std::error_code error;

@@ -18,6 +18,7 @@
 #include "platform/MuPDFDocument.h"
 #include "platform/PugiXML.h"
 #include "platform/Reporter.h"
+#include "platform/SerialWorker.h"
 #include "platform/StopFlag.h"
 
 namespace convert {
@@ -47,6 +48,9 @@ public:
     // Lets this converter read a document its job already opened and measured instead of
     // opening inputFile itself. Every converter of the job may share the same one.
     void useJobDocument(std::shared_ptr<const JobDocument> document);
+    // Lets this converter hand its files to its job's writing thread instead of writing them
+    // itself.
+    void useFileWriter(std::shared_ptr<platform::SerialWorker> files);
 
     // Opens the document (or takes the shared one), measures its pages and runs the writer.
     // False, with nothing written, when inputFile is gone or the document cannot be opened or
@@ -134,7 +138,7 @@ public:
     // outputFile for an undivided page; "<name>-w0.<ext>" / "<name>-w1.<ext>" beside it.
     std::string outputPathForHalf(bool divided, int half) const;
     // Writes the root's compact text atomically; a failed write is ignored.
-    static void writeXML(const std::string& path, const platform::XmlDocument& xml);
+    void writeXML(const std::string& path, const platform::XmlDocument& xml) const;
 
 private:
     int currentPageIndex() const { return static_cast<int>(pageNumber - 1); }
@@ -147,6 +151,7 @@ private:
 
     std::shared_ptr<const JobDocument> jobDocument_;
     std::shared_ptr<const pdf::WidePages> widePages_;
+    std::shared_ptr<platform::SerialWorker> files_;
 };
 
 }  // namespace convert

@@ -52,21 +52,32 @@ PDFAnnotations makeConverter(const QXAnnos& job, std::int64_t page, bool singleF
 
 }  // namespace
 
+void QXAnnos::useJobDocument(std::shared_ptr<const JobDocument> document) {
+    jobDocument_ = std::move(document);
+}
+
 std::int64_t QXAnnos::parseAnnosToXML(const platform::StopFlag& stop,
                                       platform::Reporter& reporter) {
-    std::optional<platform::Document> document = pdf::CGPDFDocumentCreateX(inputFile, password);
-    if (!document) {
-        reporter.out("failed to verify the password!!!");
-        return -1;
+    std::shared_ptr<const JobDocument> shared = std::move(jobDocument_);
+    if (!shared) {
+        std::optional<platform::Document> document = pdf::CGPDFDocumentCreateX(inputFile, password);
+        if (!document) {
+            reporter.out("failed to verify the password!!!");
+            return -1;
+        }
+        // Opened and measured once for the whole job; every page converter reads the same one.
+        shared = std::make_shared<const JobDocument>(std::move(*document));
     }
-    std::set<std::int64_t> pages = frontend::parsePageRange(pageRange, document->pageCount());
+    std::set<std::int64_t> pages =
+        frontend::parsePageRange(pageRange, shared->document().pageCount());
     if (pages.empty()) return 0;
     bool singleFile = isSingleFileOutput(outputFile);
-    // Opened and measured once for the whole job; every page converter reads the same one.
-    auto shared = std::make_shared<const JobDocument>(std::move(*document));
+    // Every file is written before the job returns, when the writer goes.
+    auto files = std::make_shared<platform::SerialWorker>();
     for (std::int64_t page : pages) {
         PDFAnnotations converter = makeConverter(*this, page, singleFile);
         converter.useJobDocument(shared);
+        converter.useFileWriter(files);
         if (!converter.startConvert(stop, reporter)) {
             reporter.log("page" + std::to_string(page) + ":failed to load annotations!");
         }

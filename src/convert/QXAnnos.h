@@ -3,6 +3,7 @@
 // parseAnnosToXML once.
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -10,6 +11,8 @@
 #include "platform/StopFlag.h"
 
 namespace convert {
+
+class JobDocument;
 
 class QXAnnos {
 public:
@@ -29,6 +32,12 @@ public:
 
     // 0 when the document could be opened, whatever happened to single pages; -1 when not.
     std::int64_t parseAnnosToXML(const platform::StopFlag& stop, platform::Reporter& reporter);
+    // Runs the next parseAnnosToXML on this document of inputFile, already opened with password,
+    // instead of opening the file again.
+    void useJobDocument(std::shared_ptr<const JobDocument> document);
+
+private:
+    std::shared_ptr<const JobDocument> jobDocument_;
 };
 
 }  // namespace convert

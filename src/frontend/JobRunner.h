@@ -4,6 +4,7 @@
 // place to see exactly what each job object was given.
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -28,12 +29,20 @@ public:
 // The real measurement and jobs.
 class LibraryJobs final : public JobRunner {
 public:
+    LibraryJobs();
+    ~LibraryJobs() override;
     std::int64_t detectWidePageForFile(const std::string& path,
                                        const std::optional<std::string>& password) override;
     std::int64_t parseAnnosToXML(convert::QXAnnos& job, const platform::StopFlag& stop,
                                  platform::Reporter& reporter) override;
     void parse(text2link::ParsePDFTextLink& job, const platform::StopFlag& stop,
                platform::Reporter& reporter) override;
+
+private:
+    // The document the width was measured on, handed to the conversion of the same file so
+    // that a book is parsed once per process.
+    struct MeasuredDocument;
+    std::unique_ptr<MeasuredDocument> measured_;
 };
 
 }  // namespace frontend

@@ -31,6 +31,8 @@ PageMeasures measurePages(const platform::Document& document) {
         double height = turned ? box.width : box.height;
         measures.widthsOfPDF.push_back(truncatedWidth(width));
         measures.aspectOfPDF.push_back(static_cast<float>(width / height));
+        measures.cropBoxes.push_back(box);
+        measures.rotations.push_back(rotation);
     }
     return measures;
 }

@@ -13,8 +13,10 @@ namespace pdf {
 // What the wide test needs of every page, in page order. Plain data: measured once per
 // document and copied or shared by every page converter of a job.
 struct PageMeasures {
-    std::vector<int> widthsOfPDF;    // displayed width in points, truncated toward zero
-    std::vector<float> aspectOfPDF;  // displayed width / displayed height
+    std::vector<int> widthsOfPDF;           // displayed width in points, truncated toward zero
+    std::vector<float> aspectOfPDF;         // displayed width / displayed height
+    std::vector<platform::Rect> cropBoxes;  // as the document gives them, not turned
+    std::vector<int> rotations;             // 0, 90, 180 or 270
 };
 
 // The crop box of each page, its sides swapped when the page is turned by 90 or 270 degrees.

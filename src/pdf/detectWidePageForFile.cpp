@@ -59,12 +59,12 @@ std::int64_t estimateFromWidths(const std::set<std::int64_t>& widths) {
 std::int64_t detectWidePageForFile(const std::string& path,
                                    const std::optional<std::string>& password) {
     std::optional<platform::Document> document = CGPDFDocumentCreateX(path, password);
-    if (!document) return 0;
+    return document ? detectWidePage(measurePages(*document)) : 0;
+}
+
+std::int64_t detectWidePage(const PageMeasures& measures) {
     std::set<std::int64_t> widths;
-    int count = document->pageCount();
-    for (int index = 0; index < count; ++index) {
-        widths.insert(truncatedWidth(document->cropBox(index).width));
-    }
+    for (const platform::Rect& box : measures.cropBoxes) widths.insert(truncatedWidth(box.width));
     return estimateFromWidths(widths);
 }
 

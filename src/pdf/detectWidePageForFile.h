@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "pdf/WidePages.h"
+
 namespace pdf {
 
 // From the distinct crop-box widths (truncated, rotation not applied) of all pages: 0 for fewer
@@ -13,5 +15,7 @@ namespace pdf {
 // search finds it. 0 when the file cannot be opened or unlocked.
 std::int64_t detectWidePageForFile(const std::string& path,
                                    const std::optional<std::string>& password);
+// The same estimate for pages already measured.
+std::int64_t detectWidePage(const PageMeasures& measures);
 
 }  // namespace pdf

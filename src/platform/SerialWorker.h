@@ -1,0 +1,29 @@
+#pragma once
+// Work handed to a thread of its own and done there one task after another, in the order given,
+// so that it overlaps what the caller does next: writing one file per page while the next page
+// is read, or scanning one page's text while the next page's text is built.
+
+#include <functional>
+#include <memory>
+
+namespace platform {
+
+class SerialWorker {
+public:
+    // Starts the thread; when none can be started, every task runs at once in submit().
+    SerialWorker();
+    // Runs every task still queued before returning.
+    ~SerialWorker();
+    SerialWorker(const SerialWorker&) = delete;
+    SerialWorker& operator=(const SerialWorker&) = delete;
+
+    // Queues the task, waiting while many are queued already so that memory stays bounded. A
+    // task must not throw and must not touch what the caller's thread changes meanwhile.
+    void submit(std::function<void()> task);
+
+private:
+    struct Thread;
+    std::unique_ptr<Thread> thread_;
+};
+
+}  // namespace platform
