@@ -3,9 +3,12 @@
 #include "text2link/ParsePDFTextLink.h"
 
 #include <filesystem>
+#include <future>
+#include <memory>
 #include <system_error>
 
 #include "frontend/parsePageRange.h"
+#include "platform/SerialWorker.h"
 #include "platform/URIParser.h"
 
 namespace text2link {
@@ -40,6 +43,51 @@ void removeDuplicates(std::vector<Annotation>& links, const std::vector<Annotati
     }
 }
 
+// The page's text, when the document has the page, it can be read and it holds any.
+std::optional<platform::PageText> readPageText(const platform::Document& document,
+                                               std::int64_t pageNumber, std::int64_t pageCount) {
+    if (pageNumber < 1 || pageNumber > pageCount) return std::nullopt;
+    platform::Result<platform::PageText> text = document.pageText(static_cast<int>(pageNumber - 1));
+    if (!text || text->text.empty()) return std::nullopt;
+    return std::move(text).value();
+}
+
+// A page whose text is being scanned on the worker thread.
+struct PendingPage {
+    int index = -1;
+    std::future<std::vector<Annotation>> links;
+};
+
+PendingPage startScan(const ParsePDFTextLink& job, platform::SerialWorker& worker, int index,
+                      platform::PageText text, const platform::StopFlag& stop) {
+    using Scan = std::packaged_task<std::vector<Annotation>()>;
+    auto scan = std::make_shared<Scan>([&job, &stop, text = std::move(text)] {
+        std::vector<Annotation> found;
+        job.parsePageText(text, found, stop);
+        return found;
+    });
+    PendingPage pending{index, scan->get_future()};
+    worker.submit([scan] { (*scan)(); });
+    return pending;
+}
+
+// Waits for the page's scan and adds the links found that duplicate none the page has.
+void addScannedLinks(platform::Document& document, PendingPage& page,
+                     const platform::StopFlag& stop) {
+    if (!page.links.valid()) return;
+    std::vector<Annotation> links = page.links.get();
+    if (links.empty()) return;
+    const std::vector<Annotation> existing = document.annotations(page.index);
+    if (!existing.empty()) {
+        std::vector<Annotation> checkList;
+        collectCheckList(existing, checkList, stop);
+        removeDuplicates(links, checkList, stop);
+    }
+    for (const Annotation& link : links) {
+        (void)document.addLink(page.index, link.bounds, link.url);
+    }
+}
+
 bool unlockDocument(platform::Document& document, const std::optional<std::string>& password) {
     if (!document.isEncrypted() || document.unlock("")) return true;
     return password && document.unlock(*password);
@@ -59,26 +107,23 @@ void ParsePDFTextLink::parse(const platform::StopFlag& stop, platform::Reporter&
     if (pages.empty()) return;
     if (!(parseType & 3)) parseType = 1;
     isStop = 0;
-    // Both lists live across pages; each page empties them, so memory stays that of one page.
-    std::vector<Annotation> links;
-    std::vector<Annotation> checkList;
+    // Each page's text is scanned on the worker while the next page's text is read here; the
+    // engine is only ever used on this thread. A page is finished before the next is reported,
+    // so a stop never cuts short a page the host has seen followed by another.
+    platform::SerialWorker worker;
+    PendingPage pending;
     for (std::int64_t pageNumber : pages) {
         if (stop.isSet() || isStop != 0) break;
+        std::optional<platform::PageText> text = readPageText(document, pageNumber, pageCount);
+        addScannedLinks(document, pending, stop);
+        pending = {};
         setMessage(pageNumber, reporter);
-        if (pageNumber < 1 || pageNumber > pageCount) continue;
-        const int index = static_cast<int>(pageNumber - 1);
-        links.clear();
-        parsePage(document, index, links, stop);
-        if (links.empty()) continue;
-        const std::vector<Annotation> existing = document.annotations(index);
-        if (!existing.empty()) {
-            collectCheckList(existing, checkList, stop);
-            removeDuplicates(links, checkList, stop);
-        }
-        for (const Annotation& link : links) {
-            (void)document.addLink(index, link.bounds, link.url);
+        if (text) {
+            const int index = static_cast<int>(pageNumber - 1);
+            pending = startScan(*this, worker, index, std::move(*text), stop);
         }
     }
+    addScannedLinks(document, pending, stop);
     // A failed save leaves the original file as it was; the job has no one to tell.
     (void)document.save(pdfFile);
 }
