@@ -14,13 +14,30 @@ constexpr int kMaxTreeDepth = 64;
 // The engine's own fallback for a page without a usable media box: US Letter.
 constexpr Rect kLetter{0, 0, 612, 792};
 
-PdfObject inheritedEntry(PdfObject node, const std::string& key) {
-    for (int depth = 0; depth < kMaxTreeDepth && node.isDictionary(); ++depth) {
-        PdfObject value = node.get(key);
-        if (!value.isNull()) return value;
-        node = node.get("Parent");
+// The entry of the node or of its nearest ancestor that has one. The whole walk is one engine
+// call: every page of a book is measured, most of them through two or three ancestors.
+pdf_obj* inheritedEntry(fz_context* ctx, pdf_obj* node, const char* key) {
+    pdf_obj* result = nullptr;
+    fz_var(node);
+    fz_var(result);
+    fz_try(ctx) {
+        for (int depth = 0; depth < kMaxTreeDepth && pdf_is_dict(ctx, node); ++depth) {
+            pdf_obj* value = pdf_dict_gets(ctx, node, key);
+            if (!pdf_is_null(ctx, value)) {
+                result = value;
+                break;
+            }
+            node = pdf_dict_get(ctx, node, PDF_NAME(Parent));
+        }
     }
-    return {};
+    fz_catch(ctx) { result = nullptr; }
+    return result;
+}
+
+PdfObject inheritedEntry(const std::shared_ptr<PdfObject::Handle>& engine, const PdfObject& page,
+                         const char* key) {
+    if (page.isNull()) return {};
+    return PdfObject(engine, inheritedEntry(engine->ctx, PdfObjectAccess::raw(page), key));
 }
 
 // 0, 90, 180 or 270 for any multiple of 90, negative and beyond a full turn included.
@@ -44,15 +61,16 @@ Rect intersection(const Rect& a, const Rect& b) {
 }  // namespace
 
 int Document::rotation(int index) const {
-    PdfObject rotate = inheritedEntry(pageObject(index), "Rotate");
+    if (!m_) return 0;
+    PdfObject rotate = inheritedEntry(m_->engine, pageObject(index), "Rotate");
     return normalisedRotation(rotate.number().value_or(0));
 }
 
 Rect Document::cropBox(int index) const {
     PdfObject page = pageObject(index);
-    if (page.isNull()) return {};
-    Rect mediaBox = inheritedEntry(page, "MediaBox").rectangle().value_or(kLetter);
-    std::optional<Rect> crop = inheritedEntry(page, "CropBox").rectangle();
+    if (!m_ || page.isNull()) return {};
+    Rect mediaBox = inheritedEntry(m_->engine, page, "MediaBox").rectangle().value_or(kLetter);
+    std::optional<Rect> crop = inheritedEntry(m_->engine, page, "CropBox").rectangle();
     if (!crop) return mediaBox;
     Rect clipped = intersection(*crop, mediaBox);
     return clipped.isEmpty() ? mediaBox : clipped;

@@ -106,11 +106,6 @@ pdf_obj* entryOf(fz_context* ctx, pdf_obj* obj, const char* key) {
     return result;
 }
 
-void keepObject(fz_context* ctx, pdf_obj* obj) {
-    fz_try(ctx) { pdf_keep_obj(ctx, obj); }
-    fz_catch(ctx) {}  // only counts a reference; never fails
-}
-
 }  // namespace
 
 PdfObject::PdfObject() = default;
@@ -122,7 +117,8 @@ PdfObject::PdfObject(std::shared_ptr<Handle> handle, void* object)
         object_ = nullptr;
         return;
     }
-    keepObject(handle_->ctx, static_cast<pdf_obj*>(object_));
+    // Only counts a reference and never throws: no fz_try, which every object made would pay.
+    pdf_keep_obj(handle_->ctx, static_cast<pdf_obj*>(object_));
 }
 
 PdfObject::PdfObject(const PdfObject& other) : PdfObject(other.handle_, other.object_) {}

@@ -2,6 +2,8 @@
 
 #include <pugixml.hpp>
 
+#include <algorithm>
+
 namespace platform {
 
 namespace {
@@ -42,8 +44,17 @@ bool isXmlChar(char32_t code) {
            (code >= 0xE000 && code <= 0xFFFD) || code >= 0x10000;
 }
 
+// Printable ASCII, tabs and line breaks: what nearly every value is, checked cheaply.
+bool isPlainText(std::string_view text) {
+    return std::all_of(text.begin(), text.end(), [](char c) {
+        auto byte = static_cast<unsigned char>(c);
+        return (byte >= 0x20 && byte < 0x80) || byte == 0x9 || byte == 0xA || byte == 0xD;
+    });
+}
+
 // The text without what XML cannot hold (see isXmlText); a bad byte is dropped on its own.
 std::string xmlSafe(std::string_view text) {
+    if (isPlainText(text)) return std::string(text);
     std::string safe;
     safe.reserve(text.size());
     for (std::size_t at = 0; at < text.size();) {
