@@ -77,12 +77,15 @@ pdf_obj* lookupPage(fz_context* ctx, pdf_document* doc, int index, bool fromMap)
 }
 
 int lookupPageNumber(fz_context* ctx, pdf_document* doc, pdf_obj* page) {
+    // Without the page maps the engine climbs the page's /Parent chain, searching the whole
+    // chain at every step.
+    const bool climbable = doc->rev_page_map != nullptr || mupdf::isParentChainReadable(ctx, page);
     int number = -1;
     fz_var(number);
     fz_try(ctx) {
         if (pdf_is_int(ctx, page)) {
             number = pdf_to_int(ctx, page);
-        } else if (pdf_is_indirect(ctx, page)) {
+        } else if (pdf_is_indirect(ctx, page) && climbable) {
             number = pdf_lookup_page_number(ctx, doc, page);
         }
     }
@@ -98,11 +101,22 @@ pdf_obj* trailerOf(fz_context* ctx, pdf_document* doc) {
     return trailer;
 }
 
+// The engine's map loader recurses through the tree, so the tree is walked first; a tree the
+// engine cannot walk at all leaves the document without pages.
 void ensurePageTree(PdfObject::Handle& engine) {
     if (engine.pageTreeTried || !engine.unlocked) return;
     engine.pageTreeTried = true;
-    engine.pageTreeLoaded = countPages(engine.ctx, engine.doc) > 0 &&
-                            loadPageTree(engine.ctx, engine.doc);
+    const int count = countPages(engine.ctx, engine.doc);
+    if (count == 0) return;
+    const mupdf::PageTreeShape shape = mupdf::readPageTreeShape(engine.ctx, engine.doc, count);
+    engine.pageTreeUnreadable = shape == mupdf::PageTreeShape::Unreadable;
+    engine.pageTreeLoaded =
+        shape == mupdf::PageTreeShape::Sound && loadPageTree(engine.ctx, engine.doc);
+}
+
+int pageCountOf(PdfObject::Handle& engine) {
+    ensurePageTree(engine);
+    return engine.pageTreeUnreadable ? 0 : countPages(engine.ctx, engine.doc);
 }
 
 }  // namespace
@@ -127,17 +141,17 @@ bool isPageFromMap(const PdfObject::Handle& engine, int index) {
 }
 
 PdfObject pageObject(const std::shared_ptr<PdfObject::Handle>& engine, int index) {
-    if (!engine || !engine->unlocked || index < 0) return {};
-    ensurePageTree(*engine);
-    if (index >= countPages(engine->ctx, engine->doc)) return {};
+    if (!engine || !engine->unlocked || index < 0 || index >= pageCountOf(*engine)) return {};
     pdf_obj* page = lookupPage(engine->ctx, engine->doc, index, isPageFromMap(*engine, index));
-    PdfObject result(engine, page);
+    PdfObject result = isParentChainReadable(engine->ctx, page) ? PdfObject(engine, page)
+                                                                : PdfObject();
     pdf_drop_obj(engine->ctx, page);
     return result;
 }
 
 int pageIndexOf(const PdfObject::Handle& engine, const PdfObject& reference) {
-    int count = countPages(engine.ctx, engine.doc);
+    int count = engine.pageTreeUnreadable ? 0 : countPages(engine.ctx, engine.doc);
+    if (count == 0) return -1;
     int index = lookupPageNumber(engine.ctx, engine.doc, PdfObjectAccess::raw(reference));
     return index >= 0 && index < count ? index : -1;
 }
@@ -183,8 +197,7 @@ bool Document::isUnlocked() const { return m_ && m_->engine->unlocked; }
 
 int Document::pageCount() const {
     if (!m_ || !m_->engine->unlocked) return 0;
-    ensurePageTree(*m_->engine);
-    int count = countPages(m_->engine->ctx, m_->engine->doc);
+    int count = pageCountOf(*m_->engine);
     if (m_->engine->firstPageCount < 0) m_->engine->firstPageCount = count;
     return count;
 }

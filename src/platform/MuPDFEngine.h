@@ -48,6 +48,7 @@ struct PdfObject::Handle {
     int firstPageCount = -1;  // the count first read; a repair while reading pages can drop pages
     bool pageTreeTried = false;
     bool pageTreeLoaded = false;
+    bool pageTreeUnreadable = false;  // the document then counts as having no pages
 
     Handle(std::shared_ptr<mupdf::Context> owner, pdf_document* document);
     ~Handle();
@@ -66,6 +67,21 @@ struct PdfObjectAccess {
 };
 
 namespace mupdf {
+
+enum class PageTreeShape {
+    Sound,       // a tree with as many pages as counted: the engine may load its page maps
+    Irregular,   // cycles, nodes of other types or a wrong count: the engine's page lookups
+                 // cope, its map loader does not
+    Unreadable,  // too deep or too many shared nodes for any of the engine's walks
+};
+
+// The shape of the tree below the catalog's /Pages, for a document whose root counts
+// pageCount pages. Bounded by the tree's depth and the document's object count.
+PageTreeShape readPageTreeShape(fz_context* ctx, pdf_document* doc, int pageCount);
+
+// False when the page's /Parent chain loops or runs longer than the engine follows it; the
+// engine then refuses to load the page.
+bool isParentChainReadable(fz_context* ctx, pdf_obj* page);
 
 // True when the engine finds page index in its page-tree map. This engine version then hands
 // out one more reference to the page object than it keeps (pdf_lookup_page_obj, and with it

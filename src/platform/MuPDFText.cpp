@@ -107,6 +107,12 @@ Result<PageText> Document::pageText(int index) const {
     if (!m_ || !m_->engine->unlocked || index < 0 || index >= pageCount()) {
         return makeError(Error::Code::Argument, "no page " + std::to_string(index + 1));
     }
+    // The engine refuses some pages only after its lookup took a reference it keeps; such a
+    // page has no page object here and is never handed to it.
+    if (pageObject(index).isNull()) {
+        return makeError(Error::Code::Format, "page " + std::to_string(index + 1) +
+                                                  " cannot be read");
+    }
     fz_context* ctx = m_->engine->ctx;
     Result<pdf_page*> loaded =
         loadPage(ctx, m_->engine->doc, index, mupdf::isPageFromMap(*m_->engine, index));

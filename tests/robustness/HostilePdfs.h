@@ -134,7 +134,18 @@ inline std::string pageOwnParent() {
     return pdfOf(oneLeafBook("<< /Type /Pages /Kids [5 0 R] /Count 1 >>", "/Parent 5 0 R"));
 }
 
-// Broken page trees the tool copes with; those it does not cope with yet are in KnownBugs_test.
+// The page beside a chain of levels /Pages nodes that each list the next one twice, down to an
+// empty node: 2^levels paths through the tree, in levels + 7 objects.
+inline std::string sharedSubtrees(std::size_t levels) {
+    std::vector<std::string> bodies = oneLeafBook("<< /Type /Pages /Kids [5 0 R 7 0 R] /Count 1 >>");
+    for (std::size_t level = 0; level < levels; ++level) {
+        const std::string kids =
+            level + 1 == levels ? "" : ref(8 + level) + " " + ref(8 + level);
+        bodies.push_back("<< /Type /Pages /Kids [" + kids + "] /Count 0 >>");
+    }
+    return pdfOf(bodies);
+}
+
 inline std::vector<HostileCase> brokenPageTrees() {
     std::vector<std::string> mutual = oneLeafBook("<< /Type /Pages /Kids [7 0 R] /Count 1 >>");
     mutual.push_back("<< /Type /Pages /Kids [2 0 R 5 0 R] /Parent 2 0 R /Count 1 >>");
@@ -153,6 +164,10 @@ inline std::vector<HostileCase> brokenPageTrees() {
         {"one page 10000 times", repeatedLeaf(10000)},
         {"page tree 64 levels deep", pageChain(64)},
         {"page tree 100 levels deep", pageChain(100)},
+        {"page tree 101 levels deep", pageChain(101)},
+        {"page tree 1000 levels deep", pageChain(1000)},
+        {"page that is its own parent", pageOwnParent()},
+        {"2^40 paths through shared nodes", sharedSubtrees(40)},
     };
 }
 

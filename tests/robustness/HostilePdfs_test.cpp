@@ -6,7 +6,6 @@
 // pages, with no temporary file left beside it. -b never touches its input.
 //
 // Each test prints its figures (inputs, runs, longest run, peak memory) for docs/RELIABILITY.md.
-// Files the tool does not cope with yet are in KnownBugs_test.cpp.
 
 #include "robustness/HostilePdfs.h"
 
@@ -56,6 +55,13 @@ TEST_F(HostilePdfs, BrokenPageTrees) { runCases(brokenPageTrees()); }
 
 TEST_F(HostilePdfs, LoopingReferences) { runCases(loopingReferences()); }
 
+// 70 MB of /Pages nodes: loading the page tree once recursed per level until the stack
+// overflowed; such a tree now leaves the document without pages.
+TEST_F(HostilePdfs, PageTreeAMillionLevelsDeep) {
+    runCases({{"page tree 1000000 levels deep", pageChain(1000000)}},
+             Limits{std::chrono::minutes(5), 4096, 256});
+}
+
 // The slides of 100,000 links hold them all in one XML tree: over 1.5 GiB under the sanitizer.
 TEST_F(HostilePdfs, HugeAnnotationArrays) {
     runCases(hugeAnnotationArrays(), Limits{std::chrono::seconds(300), 3072, 512});
@@ -71,6 +77,16 @@ TEST_F(HostilePdfs, RepairedEncryptedRealFile) {
         readBytes(fs::path(PDFA_CORPUS_DIR) / "pdfminer-issue-00352-hash-twos-complement.pdf");
     ASSERT_FALSE(file.empty());
     runCases({{"offsets 7 bytes off", file.substr(0, 9) + "%shift\n" + file.substr(9)}});
+}
+
+// A damaged file the Pdf fuzzer made from the shared corpus's pdfjs-bug1997343.pdf: it opens
+// with 2 pages, but reading page 1 makes the engine repair it again, after which it has no
+// catalog and no pages. -a once saved that state and replaced the 189 KB file with 171 bytes.
+TEST_F(HostilePdfs, RepairWhilePagesAreReadKeepsTheFile) {
+    const std::string file = readBytes(fs::path(PDFA_SOURCE_DIR) / "tests" / "robustness" /
+                                       "reproducers" / "page-load-repair-empties-file.pdf");
+    ASSERT_FALSE(file.empty());
+    runCases({{"repaired again at page 1", file}});
 }
 
 }  // namespace
