@@ -7,11 +7,28 @@
 namespace platform {
 namespace {
 
-Result<pdf_document*> openPdf(fz_context* ctx, const char* path) {
+Result<pdf_document*> openPdfStream(fz_context* ctx, fz_stream* file) {
     pdf_document* doc = nullptr;
     fz_var(doc);
-    fz_try(ctx) { doc = pdf_open_document(ctx, path); }
+    fz_try(ctx) { doc = pdf_open_document_with_stream(ctx, file); }
     fz_catch(ctx) { return mupdf::errorFromCaught(ctx, Error::Code::Format); }
+    return doc;
+}
+
+// Opening may repair the file, and some damage makes the engine's repair run for hours, so the
+// file is read under a budget until the document is open; a document that spent it counts as
+// unreadable.
+Result<pdf_document*> openPdf(fz_context* ctx, const char* path) {
+    Result<fz_stream*> file = mupdf::openBudgetedFile(ctx, path);
+    if (!file) return file.error();
+    Result<pdf_document*> doc = openPdfStream(ctx, *file);
+    const bool spent = mupdf::isReadBudgetSpent(*file);
+    mupdf::liftReadBudget(*file);
+    fz_drop_stream(ctx, *file);
+    if (spent) {
+        if (doc) pdf_drop_document(ctx, *doc);
+        return makeError(Error::Code::Format, "the document needs too much repair to open");
+    }
     return doc;
 }
 

@@ -101,6 +101,13 @@ int pageIndexOf(const PdfObject::Handle& engine, const PdfObject& reference);
 std::optional<Destination> readDestination(const PdfObject::Handle& engine,
                                            const PdfObject& catalog, PdfObject target);
 
+// The file at path as a stream whose reads are bounded until liftReadBudget: past a few
+// readings of the whole file it reports the end of the file and counts the budget as spent.
+// The caller drops it with fz_drop_stream; a document opened from it keeps its own reference.
+Result<fz_stream*> openBudgetedFile(fz_context* ctx, const char* path);
+bool isReadBudgetSpent(fz_stream* stream);
+void liftReadBudget(fz_stream* stream);
+
 // An output writing to *fd, which must outlive it. The caller drops it with fz_drop_output.
 Result<fz_output*> openFileOutput(fz_context* ctx, int* fd);
 

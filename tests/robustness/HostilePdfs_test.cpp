@@ -41,7 +41,6 @@ protected:
             figures.peakKiB / 1024, figures.refused);
     }
 
-private:
     testsupport::TempDir dir_;
 };
 
@@ -77,6 +76,20 @@ TEST_F(HostilePdfs, RepairedEncryptedRealFile) {
         readBytes(fs::path(PDFA_CORPUS_DIR) / "pdfminer-issue-00352-hash-twos-complement.pdf");
     ASSERT_FALSE(file.empty());
     runCases({{"offsets 7 bytes off", file.substr(0, 9) + "%shift\n" + file.substr(9)}});
+}
+
+// A real file cut at 1 MiB, in the middle of its object streams: the engine's repair reloaded
+// an object stream for every object packed in it, and opening took over ten minutes. The open
+// now gives up after a few readings of the file.
+TEST_F(HostilePdfs, TruncatedObjectStreams) {
+    const std::string file = readBytes(fs::path(PDFA_CORPUS_DIR) / "pdfjs-bug1978317.pdf");
+    ASSERT_GT(file.size(), 1u << 20);
+    const std::string cut = file.substr(0, 1u << 20);
+    ASSERT_TRUE(writeBytes(dir_.path() / "cut.pdf", cut));
+    auto document = platform::Document::open((dir_.path() / "cut.pdf").string());
+    ASSERT_FALSE(document.ok());
+    EXPECT_EQ(document.error().message, "the document needs too much repair to open");
+    runCases({{"cut at 1 MiB", cut}});
 }
 
 // A damaged file the Pdf fuzzer made from the shared corpus's pdfjs-bug1997343.pdf: it opens
