@@ -79,7 +79,7 @@ TEST_F(MuPDFPageTree, TreeOf257LevelsHasNoPages) {
     EXPECT_FALSE(document.pageText(0).ok());
 }
 
-// Each node lists the next one twice: 2^40 paths through 47 objects.
+// Each node lists the next one twice: 2^40 paths through 46 objects.
 TEST_F(MuPDFPageTree, SharedNodesWithoutEndHaveNoPages) {
     EXPECT_EQ(open(robustness::sharedSubtrees(40)).pageCount(), 0);
 }
