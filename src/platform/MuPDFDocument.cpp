@@ -160,8 +160,8 @@ bool isPageFromMap(const PdfObject::Handle& engine, int index) {
 PdfObject pageObject(const std::shared_ptr<PdfObject::Handle>& engine, int index) {
     if (!engine || !engine->unlocked || index < 0 || index >= pageCountOf(*engine)) return {};
     pdf_obj* page = lookupPage(engine->ctx, engine->doc, index, isPageFromMap(*engine, index));
-    PdfObject result = isParentChainReadable(engine->ctx, page) ? PdfObject(engine, page)
-                                                                : PdfObject();
+    PdfObject result =
+        isParentChainReadable(engine->ctx, page) ? PdfObject(engine, page) : PdfObject();
     pdf_drop_obj(engine->ctx, page);
     return result;
 }

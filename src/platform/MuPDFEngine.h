@@ -44,7 +44,7 @@ struct PdfObject::Handle {
     fz_context* ctx = nullptr;
     pdf_document* doc = nullptr;
     bool unlocked = false;
-    std::string password;  // the one that unlocked the document ("" when none was needed)
+    std::string password;     // the one that unlocked the document ("" when none was needed)
     int firstPageCount = -1;  // the count first read; a repair while reading pages can drop pages
     bool pageTreeTried = false;
     bool pageTreeLoaded = false;

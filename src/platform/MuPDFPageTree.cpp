@@ -90,7 +90,9 @@ int objectCount(fz_context* ctx, pdf_document* doc) {
 class PageTreeWalk {
 public:
     PageTreeWalk(fz_context* ctx, pdf_document* doc, int pageCount)
-        : ctx_(ctx), pageCount_(pageCount), visitBudget_(objectCount(ctx, doc)),
+        : ctx_(ctx),
+          pageCount_(pageCount),
+          visitBudget_(objectCount(ctx, doc)),
           onPath_(static_cast<std::size_t>(visitBudget_), false) {}
     ~PageTreeWalk() {
         for (const Frame& frame : path_) pdf_drop_obj(ctx_, frame.node);

@@ -110,8 +110,8 @@ Result<PageText> Document::pageText(int index) const {
     // The engine refuses some pages only after its lookup took a reference it keeps; such a
     // page has no page object here and is never handed to it.
     if (pageObject(index).isNull()) {
-        return makeError(Error::Code::Format, "page " + std::to_string(index + 1) +
-                                                  " cannot be read");
+        return makeError(Error::Code::Format,
+                         "page " + std::to_string(index + 1) + " cannot be read");
     }
     fz_context* ctx = m_->engine->ctx;
     Result<pdf_page*> loaded =

@@ -85,8 +85,7 @@ TEST_F(MuPDFPageTree, SharedNodesWithoutEndHaveNoPages) {
 }
 
 TEST_F(MuPDFPageTree, PagesNodeInItsOwnKidsKeepsTheOtherPage) {
-    Document document =
-        open(pdfOf(oneLeafBook("<< /Type /Pages /Kids [5 0 R 2 0 R] /Count 2 >>")));
+    Document document = open(pdfOf(oneLeafBook("<< /Type /Pages /Kids [5 0 R 2 0 R] /Count 2 >>")));
     EXPECT_EQ(document.pageCount(), 2);
     expectReadablePage(document, 0);
     EXPECT_TRUE(document.pageObject(1).isNull());

@@ -135,12 +135,12 @@ inline std::string pageOwnParent() {
 }
 
 // The page beside a chain of levels /Pages nodes that each list the next one twice, down to an
-// empty node: 2^levels paths through the tree, in levels + 7 objects.
+// empty node: 2^levels paths through the tree, in levels + 6 objects.
 inline std::string sharedSubtrees(std::size_t levels) {
-    std::vector<std::string> bodies = oneLeafBook("<< /Type /Pages /Kids [5 0 R 7 0 R] /Count 1 >>");
+    std::vector<std::string> bodies =
+        oneLeafBook("<< /Type /Pages /Kids [5 0 R 7 0 R] /Count 1 >>");
     for (std::size_t level = 0; level < levels; ++level) {
-        const std::string kids =
-            level + 1 == levels ? "" : ref(8 + level) + " " + ref(8 + level);
+        const std::string kids = level + 1 == levels ? "" : ref(8 + level) + " " + ref(8 + level);
         bodies.push_back("<< /Type /Pages /Kids [" + kids + "] /Count 0 >>");
     }
     return pdfOf(bodies);
