@@ -166,12 +166,9 @@ std::string PDFAnnotations::outputPathForHalf(bool divided, int half) const {
 }
 
 void PDFAnnotations::writeXML(const std::string& path, const platform::XmlDocument& xml) const {
-    auto write = [path, text = xml.toCompactString()] {
-        // The host treats a missing file as a page without links; there is no one to tell.
-        static_cast<void>(platform::writeFileAtomically(path, text));
-    };
-    if (files_) return files_->submit(std::move(write));
-    write();
+    if (files_) return files_->write(path, xml.toCompactString());
+    // The host treats a missing file as a page without links; there is no one to tell.
+    static_cast<void>(platform::writeFileAtomically(path, xml.toCompactString()));
 }
 
 }  // namespace convert

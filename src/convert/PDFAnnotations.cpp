@@ -37,7 +37,7 @@ void PDFAnnotations::useJobDocument(std::shared_ptr<const JobDocument> document)
     jobDocument_ = std::move(document);
 }
 
-void PDFAnnotations::useFileWriter(std::shared_ptr<platform::SerialWorker> files) {
+void PDFAnnotations::useFileQueue(std::shared_ptr<platform::FileQueue> files) {
     files_ = std::move(files);
 }
 

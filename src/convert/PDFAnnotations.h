@@ -14,11 +14,11 @@
 #include <vector>
 
 #include "pdf/WidePages.h"
+#include "platform/FileQueue.h"
 #include "platform/Geometry.h"
 #include "platform/MuPDFDocument.h"
 #include "platform/PugiXML.h"
 #include "platform/Reporter.h"
-#include "platform/SerialWorker.h"
 #include "platform/StopFlag.h"
 
 namespace convert {
@@ -50,7 +50,7 @@ public:
     void useJobDocument(std::shared_ptr<const JobDocument> document);
     // Lets this converter hand its files to its job's writing thread instead of writing them
     // itself.
-    void useFileWriter(std::shared_ptr<platform::SerialWorker> files);
+    void useFileQueue(std::shared_ptr<platform::FileQueue> files);
 
     // Opens the document (or takes the shared one), measures its pages and runs the writer.
     // False, with nothing written, when inputFile is gone or the document cannot be opened or
@@ -151,7 +151,7 @@ private:
 
     std::shared_ptr<const JobDocument> jobDocument_;
     std::shared_ptr<const pdf::WidePages> widePages_;
-    std::shared_ptr<platform::SerialWorker> files_;
+    std::shared_ptr<platform::FileQueue> files_;
 };
 
 }  // namespace convert

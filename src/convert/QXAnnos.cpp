@@ -72,12 +72,12 @@ std::int64_t QXAnnos::parseAnnosToXML(const platform::StopFlag& stop,
         frontend::parsePageRange(pageRange, shared->document().pageCount());
     if (pages.empty()) return 0;
     bool singleFile = isSingleFileOutput(outputFile);
-    // Every file is written before the job returns, when the writer goes.
-    auto files = std::make_shared<platform::SerialWorker>();
+    // Every file is written before the job returns, when the queue goes.
+    auto files = std::make_shared<platform::FileQueue>();
     for (std::int64_t page : pages) {
         PDFAnnotations converter = makeConverter(*this, page, singleFile);
         converter.useJobDocument(shared);
-        converter.useFileWriter(files);
+        converter.useFileQueue(files);
         if (!converter.startConvert(stop, reporter)) {
             reporter.log("page" + std::to_string(page) + ":failed to load annotations!");
         }

@@ -1,0 +1,31 @@
+#include "platform/FileQueue.h"
+
+#include "platform/AtomicFile.h"
+
+namespace platform {
+
+namespace {
+
+// A few dozen small files: one wake-up of the thread each, and little memory held.
+constexpr std::size_t kBatchFiles = 32;
+
+}  // namespace
+
+FileQueue::~FileQueue() { handOver(); }
+
+void FileQueue::write(std::string path, std::string bytes) {
+    batch_.emplace_back(std::move(path), std::move(bytes));
+    if (batch_.size() >= kBatchFiles) handOver();
+}
+
+void FileQueue::handOver() {
+    if (batch_.empty()) return;
+    worker_.submit([files = std::move(batch_)] {
+        for (const auto& [path, bytes] : files) {
+            static_cast<void>(writeFileAtomically(path, bytes));
+        }
+    });
+    batch_.clear();
+}
+
+}  // namespace platform

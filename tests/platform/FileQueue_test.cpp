@@ -1,0 +1,64 @@
+#include "platform/FileQueue.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "support/TempDir.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string readFile(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+std::size_t entryCount(const fs::path& folder) {
+    std::size_t count = 0;
+    for ([[maybe_unused]] const auto& entry : fs::directory_iterator(folder)) ++count;
+    return count;
+}
+
+TEST(FileQueue, EveryFileIsWrittenWhenTheQueueGoes) {
+    testsupport::TempDir dir;
+    {
+        platform::FileQueue files;
+        // More than one batch, and a last batch that is not full.
+        for (int i = 1; i <= 100; ++i) {
+            files.write((dir / (std::to_string(i) + ".xml")).string(),
+                        "<page n=\"" + std::to_string(i) + "\"/>");
+        }
+    }
+    EXPECT_EQ(entryCount(dir.path()), 100u);  // no temporary file is left beside them
+    EXPECT_EQ(readFile(dir.path() / "1.xml"), "<page n=\"1\"/>");
+    EXPECT_EQ(readFile(dir.path() / "100.xml"), "<page n=\"100\"/>");
+}
+
+TEST(FileQueue, LaterWriteOfTheSamePathWins) {
+    testsupport::TempDir dir;
+    {
+        platform::FileQueue files;
+        files.write((dir / "1.xml").string(), "first");
+        files.write((dir / "1.xml").string(), "second");
+    }
+    EXPECT_EQ(readFile(dir.path() / "1.xml"), "second");
+}
+
+TEST(FileQueue, FileThatCannotBeWrittenLeavesTheOthers) {
+    testsupport::TempDir dir;
+    {
+        platform::FileQueue files;
+        files.write((dir / "missing" / "1.xml").string(), "lost");
+        files.write((dir / "2.xml").string(), "kept");
+    }
+    EXPECT_FALSE(fs::exists(dir.path() / "missing"));
+    EXPECT_EQ(readFile(dir.path() / "2.xml"), "kept");
+}
+
+}  // namespace
