@@ -60,7 +60,9 @@ TEST_F(StartConvert, UnreadableFileFailsSilently) {
     convert::PDFAnnotations c = converter(dir_ / "junk.pdf");
     bool converted = c.startConvert(neverStop_, reporter_);
     // The engine may repair anything it recognises; what matters is that nothing goes wrong.
-    if (!converted) EXPECT_TRUE(reporter_.logLines.empty());
+    if (!converted) {
+        EXPECT_TRUE(reporter_.logLines.empty());
+    }
     EXPECT_TRUE(reporter_.outLines.empty());
 }
 

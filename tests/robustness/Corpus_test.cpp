@@ -66,7 +66,9 @@ LinkCounts readEveryPage(const platform::Document& document) {
         }
         pdf::fmAnnotations(document, index, map, never);
         auto text = document.pageText(index);
-        if (text.ok()) EXPECT_EQ(text->text.size(), text->boxes.size());
+        if (text.ok()) {
+            EXPECT_EQ(text->text.size(), text->boxes.size());
+        }
     }
     return counts;
 }
@@ -89,8 +91,12 @@ TEST_P(Corpus, EverythingTheJobsReadIsReadSafely) {
     LinkCounts counts = readEveryPage(document);
     if (unlocked && hasExactCounts(file)) {
         EXPECT_EQ(document.pageCount(), std::stol(file.pages));
-        if (isNumber(file.linkUriCount)) EXPECT_EQ(counts.uri, std::stol(file.linkUriCount));
-        if (isNumber(file.linkNamedCount)) EXPECT_EQ(counts.named, std::stol(file.linkNamedCount));
+        if (isNumber(file.linkUriCount)) {
+            EXPECT_EQ(counts.uri, std::stol(file.linkUriCount));
+        }
+        if (isNumber(file.linkNamedCount)) {
+            EXPECT_EQ(counts.named, std::stol(file.linkNamedCount));
+        }
     }
 }
 
@@ -103,7 +109,9 @@ TEST_P(Corpus, OpeningAndWidthEstimateFollowThePasswordRules) {
     }
     std::int64_t width = pdf::detectWidePageForFile(path(file), file.userPassword);
     EXPECT_GE(width, 0);
-    if (!document) EXPECT_EQ(width, 0);
+    if (!document) {
+        EXPECT_EQ(width, 0);
+    }
 }
 
 // The text-to-link job's write: a link added to the first page and the file saved over itself.
