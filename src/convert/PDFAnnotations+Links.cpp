@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <filesystem>
+#include <memory>
 
 #include "convert/JobDocument.h"
 #include "convert/PDFAnnotations.h"
@@ -165,8 +166,11 @@ std::string PDFAnnotations::outputPathForHalf(bool divided, int half) const {
     return (path.parent_path() / name).string();
 }
 
-void PDFAnnotations::writeXML(const std::string& path, const platform::XmlDocument& xml) const {
-    if (files_) return files_->write(path, xml.toCompactString());
+void PDFAnnotations::writeXML(const std::string& path, platform::XmlDocument xml) const {
+    if (files_) {
+        auto document = std::make_shared<platform::XmlDocument>(std::move(xml));
+        return files_->write(path, [document] { return document->toCompactString(); });
+    }
     // The host treats a missing file as a page without links; there is no one to tell.
     static_cast<void>(platform::writeFileAtomically(path, xml.toCompactString()));
 }

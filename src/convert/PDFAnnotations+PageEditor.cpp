@@ -1,5 +1,6 @@
 #include <charconv>
 #include <string>
+#include <utility>
 
 #include "convert/PDFAnnotations.h"
 #include "platform/NumberText.h"
@@ -123,8 +124,8 @@ void PDFAnnotations::parsePageWithDetectWidePage(const platform::StopFlag& stop)
         if (stop.isSet()) break;
         addEditorLink(page, link);
     }
-    writeXML(outputPathForHalf(divided, 0), first);
-    if (divided) writeXML(outputPathForHalf(divided, 1), second);
+    writeXML(outputPathForHalf(divided, 0), std::move(first));
+    if (divided) writeXML(outputPathForHalf(divided, 1), std::move(second));
 }
 
 }  // namespace convert

@@ -55,15 +55,13 @@ bool isCDataText(std::string_view text) {
     return platform::isXmlText(text) && text.find("]]>") == std::string_view::npos;
 }
 
-// A web link's element when address is set, else a go-to element for the one-based page.
-std::optional<platform::XmlDocument> makeLinkElement(const PointBox& box,
-                                                     const std::optional<std::string>& address,
-                                                     std::int64_t page, std::int32_t id) {
-    std::string text = address
-                           ? getLinkString(box.left, box.top, box.width, box.height, *address, id)
-                           : getGotoPageString(box.left, box.top, box.width, box.height,
-                                               static_cast<std::int32_t>(page), id);
-    return platform::XmlDocument::parse(text);
+// The text of a web link's element when address is set, else of a go-to element for the
+// one-based page.
+std::string linkElementText(const PointBox& box, const std::optional<std::string>& address,
+                            std::int64_t page, std::int32_t id) {
+    return address ? getLinkString(box.left, box.top, box.width, box.height, *address, id)
+                   : getGotoPageString(box.left, box.top, box.width, box.height,
+                                       static_cast<std::int32_t>(page), id);
 }
 
 void addSlideLink(SlidePage& page, const platform::Annotation& link, std::int32_t id) {
@@ -78,29 +76,24 @@ void addSlideLink(SlidePage& page, const platform::Annotation& link, std::int32_
     // Always the link's own bounds, also when its address came from a raw-list hit.
     PDFAnnotations::LinkPlacement placement = page.converter.placeLink(link.bounds, page.divided);
     PointBox box = toPointBox(placement.location, page.size);
-    std::optional<platform::XmlDocument> element = makeLinkElement(box, address, target->page, id);
+    // An undivided page has no second slide: a link placed there is dropped.
+    platform::XmlNode slide = placement.toSecond ? page.second : page.first;
+    if (!slide) return;
+    platform::XmlNode element = slide.appendParsed(linkElementText(box, address, target->page, id));
     if (!element) return;
     if (page.divided) {
-        page.converter.changeGotoPageForAnimationEditor(element->root(), target->isDestPart1);
+        page.converter.changeGotoPageForAnimationEditor(element, target->isDestPart1);
     }
-    if (placement.toSecond) {
-        // An undivided page has no second slide: the link is dropped.
-        if (page.second) page.second.appendCopy(element->root());
-        return;
-    }
-    page.first.appendCopy(element->root());
-    if (!placement.overflows || !page.second) return;
+    if (placement.toSecond || !placement.overflows || !page.second) return;
     // The copy keeps the link's left edge and its undivided go-to target.
     box.width = toPoints(placement.overflowWidth * page.size.width);
-    std::optional<platform::XmlDocument> copy =
-        makeLinkElement(box, address, target->page, id + kOverflowIdOffset);
-    if (copy) page.second.appendCopy(copy->root());
+    page.second.appendParsed(linkElementText(box, address, target->page, id + kOverflowIdOffset));
 }
 
 void writeSlide(const PDFAnnotations& converter, platform::XmlDocument& slide, platform::Size size,
                 const std::string& path) {
     PDFAnnotations::changeSlidePosition(slide.root(), size, size);
-    converter.writeXML(path, slide);
+    converter.writeXML(path, std::move(slide));
 }
 
 std::int32_t linkCount(std::size_t size) {

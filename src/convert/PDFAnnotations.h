@@ -137,8 +137,9 @@ public:
     LinkPlacement placeLink(const platform::Rect& bounds, bool divided) const;
     // outputFile for an undivided page; "<name>-w0.<ext>" / "<name>-w1.<ext>" beside it.
     std::string outputPathForHalf(bool divided, int half) const;
-    // Writes the root's compact text atomically; a failed write is ignored.
-    void writeXML(const std::string& path, const platform::XmlDocument& xml) const;
+    // Writes the root's compact text atomically, through the job's writing thread when there is
+    // one; a failed write is ignored.
+    void writeXML(const std::string& path, platform::XmlDocument xml) const;
 
 private:
     int currentPageIndex() const { return static_cast<int>(pageNumber - 1); }

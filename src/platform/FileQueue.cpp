@@ -13,16 +13,16 @@ constexpr std::size_t kBatchFiles = 32;
 
 FileQueue::~FileQueue() { handOver(); }
 
-void FileQueue::write(std::string path, std::string bytes) {
-    batch_.emplace_back(std::move(path), std::move(bytes));
+void FileQueue::write(std::string path, std::function<std::string()> makeBytes) {
+    batch_.emplace_back(std::move(path), std::move(makeBytes));
     if (batch_.size() >= kBatchFiles) handOver();
 }
 
 void FileQueue::handOver() {
     if (batch_.empty()) return;
     worker_.submit([files = std::move(batch_)] {
-        for (const auto& [path, bytes] : files) {
-            static_cast<void>(writeFileAtomically(path, bytes));
+        for (const auto& [path, makeBytes] : files) {
+            static_cast<void>(writeFileAtomically(path, makeBytes()));
         }
     });
     batch_.clear();

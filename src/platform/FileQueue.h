@@ -3,6 +3,7 @@
 // that the file system's work overlaps the making of the next file. They are handed over in
 // batches: a thread woken for every small file spends more on waking than on writing.
 
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,15 +20,17 @@ public:
     FileQueue(const FileQueue&) = delete;
     FileQueue& operator=(const FileQueue&) = delete;
 
-    // Queues the file. A file that cannot be written leaves its path as it was; whoever reads
-    // the files treats a missing one as empty, and there is no one to tell.
-    void write(std::string path, std::string bytes);
+    // Queues the file; its bytes are made on the writing thread, so that making them (printing
+    // an XML tree, say) overlaps the caller's work too. makeBytes must own what it reads. A file
+    // that cannot be written leaves its path as it was; whoever reads the files treats a missing
+    // one as empty, and there is no one to tell.
+    void write(std::string path, std::function<std::string()> makeBytes);
 
 private:
     void handOver();
 
     SerialWorker worker_;
-    std::vector<std::pair<std::string, std::string>> batch_;
+    std::vector<std::pair<std::string, std::function<std::string()>>> batch_;
 };
 
 }  // namespace platform

@@ -4,13 +4,19 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <sstream>
+#include <thread>
 
 #include "support/TempDir.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+
+std::function<std::string()> bytes(std::string text) {
+    return [text = std::move(text)] { return text; };
+}
 
 std::string readFile(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
@@ -32,7 +38,7 @@ TEST(FileQueue, EveryFileIsWrittenWhenTheQueueGoes) {
         // More than one batch, and a last batch that is not full.
         for (int i = 1; i <= 100; ++i) {
             files.write((dir / (std::to_string(i) + ".xml")).string(),
-                        "<page n=\"" + std::to_string(i) + "\"/>");
+                        bytes("<page n=\"" + std::to_string(i) + "\"/>"));
         }
     }
     EXPECT_EQ(entryCount(dir.path()), 100u);  // no temporary file is left beside them
@@ -44,18 +50,32 @@ TEST(FileQueue, LaterWriteOfTheSamePathWins) {
     testsupport::TempDir dir;
     {
         platform::FileQueue files;
-        files.write((dir / "1.xml").string(), "first");
-        files.write((dir / "1.xml").string(), "second");
+        files.write((dir / "1.xml").string(), bytes("first"));
+        files.write((dir / "1.xml").string(), bytes("second"));
     }
     EXPECT_EQ(readFile(dir.path() / "1.xml"), "second");
+}
+
+TEST(FileQueue, BytesAreMadeOnTheWritingThread) {
+    testsupport::TempDir dir;
+    std::thread::id madeOn;
+    {
+        platform::FileQueue files;
+        files.write((dir / "1.xml").string(), [&madeOn] {
+            madeOn = std::this_thread::get_id();
+            return std::string("made");
+        });
+    }
+    EXPECT_EQ(readFile(dir.path() / "1.xml"), "made");
+    EXPECT_NE(madeOn, std::this_thread::get_id());
 }
 
 TEST(FileQueue, FileThatCannotBeWrittenLeavesTheOthers) {
     testsupport::TempDir dir;
     {
         platform::FileQueue files;
-        files.write((dir / "missing" / "1.xml").string(), "lost");
-        files.write((dir / "2.xml").string(), "kept");
+        files.write((dir / "missing" / "1.xml").string(), bytes("lost"));
+        files.write((dir / "2.xml").string(), bytes("kept"));
     }
     EXPECT_FALSE(fs::exists(dir.path() / "missing"));
     EXPECT_EQ(readFile(dir.path() / "2.xml"), "kept");
