@@ -15,23 +15,6 @@ Result<pdf_document*> openPdfStream(fz_context* ctx, fz_stream* file) {
     return doc;
 }
 
-// Opening may repair the file, and some damage makes the engine's repair run for hours, so the
-// file is read under a budget until the document is open; a document that spent it counts as
-// unreadable.
-Result<pdf_document*> openPdf(fz_context* ctx, const char* path) {
-    Result<fz_stream*> file = mupdf::openBudgetedFile(ctx, path);
-    if (!file) return file.error();
-    Result<pdf_document*> doc = openPdfStream(ctx, *file);
-    const bool spent = mupdf::isReadBudgetSpent(*file);
-    mupdf::liftReadBudget(*file);
-    fz_drop_stream(ctx, *file);
-    if (spent) {
-        if (doc) pdf_drop_document(ctx, *doc);
-        return makeError(Error::Code::Format, "the document needs too much repair to open");
-    }
-    return doc;
-}
-
 // True when the engine opened the document without a password (the empty one included).
 bool isOpenWithoutPassword(fz_context* ctx, pdf_document* doc) {
     int result = 0;
@@ -47,22 +30,6 @@ bool authenticate(fz_context* ctx, pdf_document* doc, const char* password) {
     fz_try(ctx) { result = pdf_authenticate_password(ctx, doc, password); }
     fz_catch(ctx) { result = 0; }
     return result != 0;
-}
-
-// The root's /Count as the engine reads it, believed only when every page can be an object of
-// its own: a negative or huge count made the engine size its page maps by it (an abort, or
-// hours sorting billions of entries), and "ALL" would select that many pages.
-int countPages(fz_context* ctx, pdf_document* doc) {
-    int count = 0;
-    int objects = 0;
-    fz_var(count);
-    fz_var(objects);
-    fz_try(ctx) {
-        count = pdf_count_pages(ctx, doc);
-        objects = pdf_xref_len(ctx, doc);
-    }
-    fz_catch(ctx) { count = 0; }
-    return count > 0 && count < objects ? count : 0;
 }
 
 // The page tree maps make page lookups by index and by object fast; a broken tree leaves the
@@ -123,7 +90,7 @@ pdf_obj* trailerOf(fz_context* ctx, pdf_document* doc) {
 void ensurePageTree(PdfObject::Handle& engine) {
     if (engine.pageTreeTried || !engine.unlocked) return;
     engine.pageTreeTried = true;
-    const int count = countPages(engine.ctx, engine.doc);
+    const int count = mupdf::countPages(engine.ctx, engine.doc);
     if (count == 0) return;
     const mupdf::PageTreeShape shape = mupdf::readPageTreeShape(engine.ctx, engine.doc, count);
     engine.pageTreeUnreadable = shape == mupdf::PageTreeShape::Unreadable;
@@ -133,7 +100,7 @@ void ensurePageTree(PdfObject::Handle& engine) {
 
 int pageCountOf(PdfObject::Handle& engine) {
     ensurePageTree(engine);
-    return engine.pageTreeUnreadable ? 0 : countPages(engine.ctx, engine.doc);
+    return engine.pageTreeUnreadable ? 0 : mupdf::countPages(engine.ctx, engine.doc);
 }
 
 }  // namespace
@@ -147,6 +114,33 @@ PdfObject::Handle::~Handle() {
 }
 
 namespace mupdf {
+
+Result<pdf_document*> openDocument(fz_context* ctx, const char* path) {
+    Result<fz_stream*> file = openBudgetedFile(ctx, path);
+    if (!file) return file.error();
+    Result<pdf_document*> doc = openPdfStream(ctx, *file);
+    const bool spent = isReadBudgetSpent(*file);
+    liftReadBudget(*file);
+    fz_drop_stream(ctx, *file);
+    if (spent) {
+        if (doc) pdf_drop_document(ctx, *doc);
+        return makeError(Error::Code::Format, "the document needs too much repair to open");
+    }
+    return doc;
+}
+
+int countPages(fz_context* ctx, pdf_document* doc) {
+    int count = 0;
+    int objects = 0;
+    fz_var(count);
+    fz_var(objects);
+    fz_try(ctx) {
+        count = pdf_count_pages(ctx, doc);
+        objects = pdf_xref_len(ctx, doc);
+    }
+    fz_catch(ctx) { count = 0; }
+    return count > 0 && count < objects ? count : 0;
+}
 
 static_assert(FZ_VERSION_MAJOR == 1 && FZ_VERSION_MINOR == 21,
               "check how this engine version counts page references (isPageFromMap)");
@@ -167,7 +161,7 @@ PdfObject pageObject(const std::shared_ptr<PdfObject::Handle>& engine, int index
 }
 
 int pageIndexOf(const PdfObject::Handle& engine, const PdfObject& reference) {
-    int count = engine.pageTreeUnreadable ? 0 : countPages(engine.ctx, engine.doc);
+    int count = engine.pageTreeUnreadable ? 0 : mupdf::countPages(engine.ctx, engine.doc);
     if (count == 0) return -1;
     int index = lookupPageNumber(engine.ctx, engine.doc, PdfObjectAccess::raw(reference));
     return index >= 0 && index < count ? index : -1;
@@ -189,7 +183,7 @@ Result<Document> Document::open(const std::string& path) {
     }
     std::shared_ptr<mupdf::Context> context = mupdf::sharedContext();
     if (!context) return makeError(Error::Code::System, "out of memory");
-    Result<pdf_document*> doc = openPdf(context->get(), path.c_str());
+    Result<pdf_document*> doc = mupdf::openDocument(context->get(), path.c_str());
     if (!doc) return doc.error();
     auto members = std::make_unique<Members>();
     members->engine = std::make_shared<PdfObject::Handle>(context, *doc);

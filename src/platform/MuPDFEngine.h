@@ -68,6 +68,16 @@ struct PdfObjectAccess {
 
 namespace mupdf {
 
+// Opens the file as a PDF document. Opening may repair the file, and some damage makes the
+// engine's repair run for hours, so the file is read under a budget until the document is open;
+// a document that spent it counts as unreadable.
+Result<pdf_document*> openDocument(fz_context* ctx, const char* path);
+
+// The root's /Count as the engine reads it, believed only when every page can be an object of
+// its own: a negative or huge count made the engine size its page maps by it (an abort, or
+// hours sorting billions of entries), and "ALL" would select that many pages. 0 otherwise.
+int countPages(fz_context* ctx, pdf_document* doc);
+
 enum class PageTreeShape {
     Sound,       // a tree with as many pages as counted: the engine may load its page maps
     Irregular,   // cycles, nodes of other types or a wrong count: the engine's page lookups

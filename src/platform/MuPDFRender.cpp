@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 #include <memory>
+#include <string>
 
 #include "platform/MuPDFEngine.h"
 
@@ -32,14 +33,6 @@ void toColor(Rgb rgb, float* color) {
     color[2] = rgb.blue / 255.0f;
 }
 
-Result<pdf_document*> openPdf(fz_context* ctx, const char* path) {
-    pdf_document* doc = nullptr;
-    fz_var(doc);
-    fz_try(ctx) { doc = pdf_open_document(ctx, path); }
-    fz_catch(ctx) { return errorFromCaught(ctx, Error::Code::Format); }
-    return doc;
-}
-
 // True when the document opens without a password, with "" or, failing that, with password.
 bool unlockPdf(fz_context* ctx, pdf_document* doc, const char* password) {
     int unlocked = 0;
@@ -52,17 +45,28 @@ bool unlockPdf(fz_context* ctx, pdf_document* doc, const char* password) {
     return unlocked != 0;
 }
 
-Result<pdf_page*> loadPdfPage(fz_context* ctx, pdf_document* doc, int index) {
-    pdf_page* page = nullptr;
-    int count = 0;
+pdf_obj* lookupPageObject(fz_context* ctx, pdf_document* doc, int index) {
+    pdf_obj* page = nullptr;
     fz_var(page);
-    fz_var(count);
-    fz_try(ctx) {
-        count = pdf_count_pages(ctx, doc);
-        if (index >= 0 && index < count) page = pdf_load_page(ctx, doc, index);
+    fz_try(ctx) { page = pdf_lookup_page_obj(ctx, doc, index); }
+    fz_catch(ctx) { page = nullptr; }
+    return page;
+}
+
+// The page maps are never loaded here, so the engine's lookups hand out borrowed references; a
+// page tree or /Parent chain the jobs refuse to read is refused here too.
+Result<pdf_page*> loadPdfPage(fz_context* ctx, pdf_document* doc, int index) {
+    const int count = mupdf::countPages(ctx, doc);
+    if (index < 0 || index >= count) return makeError(Error::Code::Argument, "no such page");
+    if (mupdf::readPageTreeShape(ctx, doc, count) == mupdf::PageTreeShape::Unreadable ||
+        !mupdf::isParentChainReadable(ctx, lookupPageObject(ctx, doc, index))) {
+        return makeError(Error::Code::Format, "page " + std::to_string(index + 1) +
+                                                  " cannot be read");
     }
+    pdf_page* page = nullptr;
+    fz_var(page);
+    fz_try(ctx) { page = pdf_load_page(ctx, doc, index); }
     fz_catch(ctx) { return errorFromCaught(ctx, Error::Code::Format); }
-    if (page == nullptr) return makeError(Error::Code::Argument, "no such page");
     return page;
 }
 
@@ -337,7 +341,7 @@ Result<RenderedPage> renderPdfPage(const std::string& path, const std::string& p
     std::shared_ptr<mupdf::Context> context = mupdf::sharedContext();
     if (!context) return outOfMemory();
     fz_context* ctx = context->get();
-    Result<pdf_document*> doc = openPdf(ctx, path.c_str());
+    Result<pdf_document*> doc = mupdf::openDocument(ctx, path.c_str());
     if (!doc) return doc.error();
     Result<RenderedPage> rendered =
         unlockPdf(ctx, *doc, password.c_str())
