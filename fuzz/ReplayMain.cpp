@@ -69,7 +69,7 @@ bool read(const std::filesystem::path& file, Bytes& bytes) {
 }
 
 // Bytes that mean something to the parsers the targets reach.
-constexpr std::uint8_t kTokens[] = {0,   0xFF, 0x7F, '(', ')', '<', '>',  '[', ']', '/', '\\',
+constexpr std::uint8_t kTokens[] = {0,   0xFF, 0x7F, '(', ')', '<',  '>', '[', ']', '/', '\\',
                                     '0', '9',  '-',  '.', ' ', '\n', '|', '=', '%', '@', 0xD8};
 
 void mutate(Bytes& bytes, std::mt19937_64& random) {

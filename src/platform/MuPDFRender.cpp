@@ -60,8 +60,8 @@ Result<pdf_page*> loadPdfPage(fz_context* ctx, pdf_document* doc, int index) {
     if (index < 0 || index >= count) return makeError(Error::Code::Argument, "no such page");
     if (mupdf::readPageTreeShape(ctx, doc, count) == mupdf::PageTreeShape::Unreadable ||
         !mupdf::isParentChainReadable(ctx, lookupPageObject(ctx, doc, index))) {
-        return makeError(Error::Code::Format, "page " + std::to_string(index + 1) +
-                                                  " cannot be read");
+        return makeError(Error::Code::Format,
+                         "page " + std::to_string(index + 1) + " cannot be read");
     }
     pdf_page* page = nullptr;
     fz_var(page);

@@ -1,8 +1,7 @@
 #include "platform/PugiXML.h"
 
-#include <pugixml.hpp>
-
 #include <algorithm>
+#include <pugixml.hpp>
 
 namespace platform {
 
@@ -203,9 +202,8 @@ XmlNode XmlNode::appendParsed(const std::string& text) {
     pugi::xml_node node = nodeOf(node_);
     if (!node) return {};
     pugi::xml_node before = node.last_child();
-    pugi::xml_parse_result result =
-        node.append_buffer(text.data(), text.size(), pugi::parse_default | pugi::parse_fragment,
-                           pugi::encoding_utf8);
+    pugi::xml_parse_result result = node.append_buffer(
+        text.data(), text.size(), pugi::parse_default | pugi::parse_fragment, pugi::encoding_utf8);
     pugi::xml_node added = before ? before.next_sibling() : node.first_child();
     if (result && added && added == node.last_child() && added.type() == pugi::node_element) {
         return handleOf(added);

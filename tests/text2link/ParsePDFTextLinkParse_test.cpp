@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-
 #include <cmath>
 #include <fstream>
 #include <functional>
