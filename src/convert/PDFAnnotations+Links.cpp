@@ -166,13 +166,16 @@ std::string PDFAnnotations::outputPathForHalf(bool divided, int half) const {
     return (path.parent_path() / name).string();
 }
 
-void PDFAnnotations::writeXML(const std::string& path, platform::XmlDocument xml) const {
-    if (files_) {
-        auto document = std::make_shared<platform::XmlDocument>(std::move(xml));
-        return files_->write(path, [document] { return document->toCompactString(); });
-    }
+void PDFAnnotations::writeXML(const std::string& path, platform::XmlDocument xml,
+                              std::function<void(platform::XmlDocument&)> finish) const {
+    auto document = std::make_shared<platform::XmlDocument>(std::move(xml));
+    auto bytes = [document, finish = std::move(finish)] {
+        if (finish) finish(*document);
+        return document->toCompactString();
+    };
+    if (files_) return files_->write(path, std::move(bytes));
     // The host treats a missing file as a page without links; there is no one to tell.
-    static_cast<void>(platform::writeFileAtomically(path, xml.toCompactString()));
+    static_cast<void>(platform::writeFileAtomically(path, bytes()));
 }
 
 }  // namespace convert

@@ -92,8 +92,9 @@ void addSlideLink(SlidePage& page, const platform::Annotation& link, std::int32_
 
 void writeSlide(const PDFAnnotations& converter, platform::XmlDocument& slide, platform::Size size,
                 const std::string& path) {
-    PDFAnnotations::changeSlidePosition(slide.root(), size, size);
-    converter.writeXML(path, std::move(slide));
+    converter.writeXML(path, std::move(slide), [size](platform::XmlDocument& finished) {
+        PDFAnnotations::changeSlidePosition(finished.root(), size, size);
+    });
 }
 
 std::int32_t linkCount(std::size_t size) {

@@ -7,6 +7,7 @@
 // Fraction rectangles are x, y, width, height relative to the displayed (rotated) page.
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -138,8 +139,10 @@ public:
     // outputFile for an undivided page; "<name>-w0.<ext>" / "<name>-w1.<ext>" beside it.
     std::string outputPathForHalf(bool divided, int half) const;
     // Writes the root's compact text atomically, through the job's writing thread when there is
-    // one; a failed write is ignored.
-    void writeXML(const std::string& path, platform::XmlDocument xml) const;
+    // one; a failed write is ignored. finish, when given, is done to the document first, on the
+    // same thread (it must touch nothing but the document).
+    void writeXML(const std::string& path, platform::XmlDocument xml,
+                  std::function<void(platform::XmlDocument&)> finish = {}) const;
 
 private:
     int currentPageIndex() const { return static_cast<int>(pageNumber - 1); }
