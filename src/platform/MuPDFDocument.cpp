@@ -15,23 +15,6 @@ Result<pdf_document*> openPdfStream(fz_context* ctx, fz_stream* file) {
     return doc;
 }
 
-// True when the engine opened the document without a password (the empty one included).
-bool isOpenWithoutPassword(fz_context* ctx, pdf_document* doc) {
-    int result = 0;
-    fz_var(result);
-    fz_try(ctx) { result = doc->crypt == nullptr || pdf_authenticate_password(ctx, doc, ""); }
-    fz_catch(ctx) { result = 0; }
-    return result != 0;
-}
-
-bool authenticate(fz_context* ctx, pdf_document* doc, const char* password) {
-    int result = 0;
-    fz_var(result);
-    fz_try(ctx) { result = pdf_authenticate_password(ctx, doc, password); }
-    fz_catch(ctx) { result = 0; }
-    return result != 0;
-}
-
 // The page tree maps make page lookups by index and by object fast; a broken tree leaves the
 // engine's slower walks, which cope with it.
 bool loadPageTree(fz_context* ctx, pdf_document* doc) {
@@ -43,21 +26,6 @@ bool loadPageTree(fz_context* ctx, pdf_document* doc) {
     }
     fz_catch(ctx) { loaded = false; }
     return loaded;
-}
-
-// Returns a reference the caller owns (see isPageFromMap).
-pdf_obj* lookupPage(fz_context* ctx, pdf_document* doc, int index, bool fromMap) {
-    pdf_obj* page = nullptr;
-    fz_var(page);
-    fz_try(ctx) {
-        if (fromMap) {
-            page = pdf_load_object(ctx, doc, doc->fwd_page_map[index]);
-        } else {
-            page = pdf_keep_obj(ctx, pdf_lookup_page_obj(ctx, doc, index));
-        }
-    }
-    fz_catch(ctx) { page = nullptr; }
-    return page;
 }
 
 int lookupPageNumber(fz_context* ctx, pdf_document* doc, pdf_obj* page) {
@@ -115,6 +83,36 @@ PdfObject::Handle::~Handle() {
 
 namespace mupdf {
 
+bool isOpenWithoutPassword(fz_context* ctx, pdf_document* doc) {
+    int result = 0;
+    fz_var(result);
+    fz_try(ctx) { result = doc->crypt == nullptr || pdf_authenticate_password(ctx, doc, ""); }
+    fz_catch(ctx) { result = 0; }
+    return result != 0;
+}
+
+bool authenticate(fz_context* ctx, pdf_document* doc, const char* password) {
+    int result = 0;
+    fz_var(result);
+    fz_try(ctx) { result = pdf_authenticate_password(ctx, doc, password); }
+    fz_catch(ctx) { result = 0; }
+    return result != 0;
+}
+
+pdf_obj* lookupPage(fz_context* ctx, pdf_document* doc, int index, bool fromMap) {
+    pdf_obj* page = nullptr;
+    fz_var(page);
+    fz_try(ctx) {
+        if (fromMap) {
+            page = pdf_load_object(ctx, doc, doc->fwd_page_map[index]);
+        } else {
+            page = pdf_keep_obj(ctx, pdf_lookup_page_obj(ctx, doc, index));
+        }
+    }
+    fz_catch(ctx) { page = nullptr; }
+    return page;
+}
+
 Result<pdf_document*> openDocument(fz_context* ctx, const char* path) {
     Result<fz_stream*> file = openBudgetedFile(ctx, path);
     if (!file) return file.error();
@@ -153,7 +151,8 @@ bool isPageFromMap(const PdfObject::Handle& engine, int index) {
 
 PdfObject pageObject(const std::shared_ptr<PdfObject::Handle>& engine, int index) {
     if (!engine || !engine->unlocked || index < 0 || index >= pageCountOf(*engine)) return {};
-    pdf_obj* page = lookupPage(engine->ctx, engine->doc, index, isPageFromMap(*engine, index));
+    pdf_obj* page =
+        mupdf::lookupPage(engine->ctx, engine->doc, index, isPageFromMap(*engine, index));
     PdfObject result =
         isParentChainReadable(engine->ctx, page) ? PdfObject(engine, page) : PdfObject();
     pdf_drop_obj(engine->ctx, page);
@@ -187,7 +186,7 @@ Result<Document> Document::open(const std::string& path) {
     if (!doc) return doc.error();
     auto members = std::make_unique<Members>();
     members->engine = std::make_shared<PdfObject::Handle>(context, *doc);
-    members->engine->unlocked = isOpenWithoutPassword(context->get(), *doc);
+    members->engine->unlocked = mupdf::isOpenWithoutPassword(context->get(), *doc);
     return Document(std::move(members));
 }
 
@@ -197,7 +196,7 @@ bool Document::isEncrypted() const { return m_ && m_->engine->doc->crypt != null
 bool Document::unlock(const std::string& password) {
     if (!m_) return false;
     PdfObject::Handle& engine = *m_->engine;
-    if (!engine.unlocked && authenticate(engine.ctx, engine.doc, password.c_str())) {
+    if (!engine.unlocked && mupdf::authenticate(engine.ctx, engine.doc, password.c_str())) {
         engine.unlocked = true;
         engine.password = password;
     }

@@ -78,6 +78,15 @@ Result<pdf_document*> openDocument(fz_context* ctx, const char* path);
 // hours sorting billions of entries), and "ALL" would select that many pages. 0 otherwise.
 int countPages(fz_context* ctx, pdf_document* doc);
 
+// True when the engine opened the document without a password (the empty one included).
+bool isOpenWithoutPassword(fz_context* ctx, pdf_document* doc);
+// True when the password unlocks the document; a wrong one spoils the engine's key for others.
+bool authenticate(fz_context* ctx, pdf_document* doc, const char* password);
+
+// The page dictionary of page index as a reference the caller owns (see isPageFromMap: fromMap
+// tells which lookup to use); null when the engine cannot find it.
+pdf_obj* lookupPage(fz_context* ctx, pdf_document* doc, int index, bool fromMap);
+
 enum class PageTreeShape {
     Sound,       // a tree with as many pages as counted: the engine may load its page maps
     Irregular,   // cycles, nodes of other types or a wrong count: the engine's page lookups

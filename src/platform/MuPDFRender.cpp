@@ -33,24 +33,15 @@ void toColor(Rgb rgb, float* color) {
     color[2] = rgb.blue / 255.0f;
 }
 
-// True when the document opens without a password, with "" or, failing that, with password.
-bool unlockPdf(fz_context* ctx, pdf_document* doc, const char* password) {
-    int unlocked = 0;
-    fz_var(unlocked);
-    fz_try(ctx) {
-        unlocked = !pdf_needs_password(ctx, doc) || pdf_authenticate_password(ctx, doc, "") ||
-                   pdf_authenticate_password(ctx, doc, password);
+// The tree's shape first: the engine's lookup itself could not cope with a tree too deep.
+bool isPageReadable(fz_context* ctx, pdf_document* doc, int index, int count) {
+    if (mupdf::readPageTreeShape(ctx, doc, count) == mupdf::PageTreeShape::Unreadable) {
+        return false;
     }
-    fz_catch(ctx) { unlocked = 0; }
-    return unlocked != 0;
-}
-
-pdf_obj* lookupPageObject(fz_context* ctx, pdf_document* doc, int index) {
-    pdf_obj* page = nullptr;
-    fz_var(page);
-    fz_try(ctx) { page = pdf_lookup_page_obj(ctx, doc, index); }
-    fz_catch(ctx) { page = nullptr; }
-    return page;
+    pdf_obj* page = mupdf::lookupPage(ctx, doc, index, false);
+    const bool readable = mupdf::isParentChainReadable(ctx, page);
+    pdf_drop_obj(ctx, page);
+    return readable;
 }
 
 // The page maps are never loaded here, so the engine's lookups hand out borrowed references; a
@@ -58,8 +49,7 @@ pdf_obj* lookupPageObject(fz_context* ctx, pdf_document* doc, int index) {
 Result<pdf_page*> loadPdfPage(fz_context* ctx, pdf_document* doc, int index) {
     const int count = mupdf::countPages(ctx, doc);
     if (index < 0 || index >= count) return makeError(Error::Code::Argument, "no such page");
-    if (mupdf::readPageTreeShape(ctx, doc, count) == mupdf::PageTreeShape::Unreadable ||
-        !mupdf::isParentChainReadable(ctx, lookupPageObject(ctx, doc, index))) {
+    if (!isPageReadable(ctx, doc, index, count)) {
         return makeError(Error::Code::Format,
                          "page " + std::to_string(index + 1) + " cannot be read");
     }
@@ -344,7 +334,7 @@ Result<RenderedPage> renderPdfPage(const std::string& path, const std::string& p
     Result<pdf_document*> doc = mupdf::openDocument(ctx, path.c_str());
     if (!doc) return doc.error();
     Result<RenderedPage> rendered =
-        unlockPdf(ctx, *doc, password.c_str())
+        mupdf::isOpenWithoutPassword(ctx, *doc) || mupdf::authenticate(ctx, *doc, password.c_str())
             ? renderOpenPage(ctx, *doc, pageIndex, scale)
             : Result<RenderedPage>(
                   makeError(Error::Code::Password, "the password does not open " + path));
