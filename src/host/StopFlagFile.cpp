@@ -1,14 +1,13 @@
 #include "host/StopFlagFile.h"
 
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
 #include <cstring>
 
+#include "platform/FileSpace.h"
 #include "platform/TemporaryDirectory.h"
 
 namespace host {
@@ -28,27 +27,22 @@ bool isOwnPlainFile(int fd) {
            info.st_nlink == 1;
 }
 
-// Maps the region, cleared first when asked; closes fd either way.
-platform::Result<std::uint8_t*> mapFlagFile(int fd, bool clear, const std::string& path) {
+// Sizes the file, cleared first when asked; closes fd on failure. The bytes are allocated on
+// the disk, so that a worker or another host that maps the file never meets a page a full disk
+// cannot supply.
+platform::Result<int> prepareFlagFile(int fd, bool clear, const std::string& path) {
     if (!isOwnPlainFile(fd)) {
         ::close(fd);
         return platform::makeError(Error::Code::System, path + " is not a plain file of this user");
     }
     // Truncating to nothing first drops a stop request left by an earlier job.
-    if ((clear && ::ftruncate(fd, 0) != 0) || ::ftruncate(fd, kStopFlagFileSize) != 0) {
+    if ((clear && ::ftruncate(fd, 0) != 0) ||
+        !platform::reserveFileBytes(fd, static_cast<off_t>(kStopFlagFileSize))) {
         Error error = systemError("cannot size", path);
         ::close(fd);
         return error;
     }
-    void* region = ::mmap(nullptr, kStopFlagFileSize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-    const int mapErrno = errno;
-    // The mapping keeps the file; the descriptor is no longer needed.
-    ::close(fd);
-    if (region == MAP_FAILED) {
-        errno = mapErrno;
-        return systemError("cannot map", path);
-    }
-    return static_cast<std::uint8_t*>(region);
+    return fd;
 }
 
 Error unusableIdentifier(const std::string& identifier) {
@@ -73,9 +67,9 @@ platform::Result<std::unique_ptr<StopFlagFile>> StopFlagFile::create(
     std::string path = stopFlagPath(identifier);
     const int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
     if (fd < 0) return systemError("cannot create", path);
-    auto region = mapFlagFile(fd, true, path);
-    if (!region) return region.error();
-    return std::unique_ptr<StopFlagFile>(new StopFlagFile(std::move(path), *region, true));
+    auto file = prepareFlagFile(fd, true, path);
+    if (!file) return file.error();
+    return std::unique_ptr<StopFlagFile>(new StopFlagFile(std::move(path), *file, true));
 }
 
 platform::Result<std::unique_ptr<StopFlagFile>> StopFlagFile::open(const std::string& identifier) {
@@ -87,26 +81,29 @@ platform::Result<std::unique_ptr<StopFlagFile>> StopFlagFile::open(const std::st
                                    "no job runs under the identifier \"" + identifier + "\"");
     }
     if (fd < 0) return systemError("cannot open", path);
-    auto region = mapFlagFile(fd, false, path);
-    if (!region) return region.error();
-    return std::unique_ptr<StopFlagFile>(new StopFlagFile(std::move(path), *region, false));
+    auto file = prepareFlagFile(fd, false, path);
+    if (!file) return file.error();
+    return std::unique_ptr<StopFlagFile>(new StopFlagFile(std::move(path), *file, false));
 }
 
-StopFlagFile::StopFlagFile(std::string path, std::uint8_t* region, bool owned)
-    : path_(std::move(path)), region_(region), owned_(owned) {}
+StopFlagFile::StopFlagFile(std::string path, int fd, bool owned)
+    : path_(std::move(path)), fd_(fd), owned_(owned) {}
 
 StopFlagFile::~StopFlagFile() {
-    ::munmap(region_, kStopFlagFileSize);
+    ::close(fd_);
     if (owned_) ::unlink(path_.c_str());
 }
 
+// Through the descriptor rather than a mapping: a file that someone cut short would make a
+// mapped access raise SIGBUS; a read of a missing byte just says "not raised".
 bool StopFlagFile::isRaised() const {
-    return std::atomic_ref<std::uint8_t>(region_[kStopByte]).load(std::memory_order_relaxed) != 0;
+    std::uint8_t value = 0;
+    return ::pread(fd_, &value, 1, kStopByte) == 1 && value != 0;
 }
 
 void StopFlagFile::write(std::uint8_t value) {
-    // The worker polls with plain loads; a relaxed store is all it needs to see the change.
-    std::atomic_ref<std::uint8_t>(region_[kStopByte]).store(value, std::memory_order_relaxed);
+    // A failed write cannot be mended here; the job then runs to its end.
+    (void)::pwrite(fd_, &value, 1, kStopByte);
 }
 
 }  // namespace host

@@ -1,8 +1,8 @@
 #pragma once
 // The host's end of the stop flag: the file "Tarn_<identifier>" of 800 bytes in the temporary
-// directory, mapped shared with the worker. Byte 1 non-zero asks the job to stop; the worker
-// only reads it. The worker maps the file only when it is a regular file of the same user with
-// no other link, so the host creates it the same way.
+// directory, shared with the worker. Byte 1 non-zero asks the job to stop; the worker only reads
+// it. The worker takes the file only when it is a regular file of the same user with no other
+// link, so the host creates it the same way.
 
 #include <cstdint>
 #include <memory>
@@ -26,9 +26,9 @@ class StopFlagFile {
 public:
     // Creates the file, or takes over an existing one of ours and clears it; removed again by
     // the destructor. Fails with Argument for an unusable identifier, System when the file
-    // cannot be made or mapped.
+    // cannot be made or the disk has no room for it.
     static platform::Result<std::unique_ptr<StopFlagFile>> create(const std::string& identifier);
-    // Maps the existing file of a job someone else started; the destructor leaves it. Fails with
+    // Opens the existing file of a job someone else started; the destructor leaves it. Fails with
     // Argument when there is no such file.
     static platform::Result<std::unique_ptr<StopFlagFile>> open(const std::string& identifier);
 
@@ -42,11 +42,11 @@ public:
     const std::string& path() const { return path_; }
 
 private:
-    StopFlagFile(std::string path, std::uint8_t* region, bool owned);
+    StopFlagFile(std::string path, int fd, bool owned);
     void write(std::uint8_t value);
 
     std::string path_;
-    std::uint8_t* region_;
+    int fd_;
     bool owned_;
 };
 

@@ -404,7 +404,7 @@ TEST_F(Entry, ConversionSeesTheHostsStopRequest) {
     host.set();
     EXPECT_EQ(runB("input=/i|output=/o|range=1|d=2|id=job-1"), 0);
     EXPECT_EQ(jobs_.stopWasSet, true);
-    EXPECT_EQ(frontend::gShareMemory, nullptr);
+    EXPECT_EQ(frontend::gShareMemoryFile, -1);
     EXPECT_TRUE(fs::exists(host.path()));
 }
 
@@ -494,7 +494,7 @@ TEST_F(Entry, TextLinkSeesTheHostsStopRequest) {
     host.set();
     EXPECT_EQ(runA("input=/a.pdf|range=1|identifier=t1"), 0);
     EXPECT_EQ(jobs_.stopWasSet, true);
-    EXPECT_EQ(frontend::gShareMemory, nullptr);
+    EXPECT_EQ(frontend::gShareMemoryFile, -1);
     EXPECT_TRUE(fs::exists(host.path()));
 }
 

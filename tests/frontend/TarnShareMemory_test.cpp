@@ -33,7 +33,7 @@ std::string contentOf(const fs::path& path) {
 
 TEST_F(TarnShareMemory, WithoutIdentifierEveryPollGivesZero) {
     shareMemoryAlloc(static_cast<const char*>(nullptr));
-    EXPECT_EQ(frontend::gShareMemory, nullptr);
+    EXPECT_EQ(frontend::gShareMemoryFile, -1);
     EXPECT_STREQ(frontend::share_memory_name, "");
     EXPECT_EQ(get_shm_stop_flag(1), 0);
     shareMemoryAlloc(std::optional<std::string>());
@@ -43,7 +43,7 @@ TEST_F(TarnShareMemory, WithoutIdentifierEveryPollGivesZero) {
 
 TEST_F(TarnShareMemory, CreatesTheFlagFileOfTheIdentifier) {
     shareMemoryAlloc("job-7");
-    ASSERT_NE(frontend::gShareMemory, nullptr);
+    ASSERT_NE(frontend::gShareMemoryFile, -1);
     EXPECT_STREQ(frontend::share_memory_name, "Tarn_job-7");
     const fs::path file = dir_ / "Tarn_job-7";
     EXPECT_EQ(fs::file_size(file), 800u);
@@ -99,11 +99,35 @@ TEST_F(TarnShareMemory, AfterFreeEveryPollGivesZeroAndTheFileStays) {
     shareMemoryAlloc("done");
     ASSERT_EQ(get_shm_stop_flag(1), 1);
     shareMemoryFree();
-    EXPECT_EQ(frontend::gShareMemory, nullptr);
+    EXPECT_EQ(frontend::gShareMemoryFile, -1);
     EXPECT_STREQ(frontend::share_memory_name, "");
     EXPECT_EQ(get_shm_stop_flag(1), 0);
     EXPECT_TRUE(fs::exists(host.path()));
     EXPECT_EQ(host.read(1), 1);
+}
+
+TEST_F(TarnShareMemory, TheFlagBytesAreAllocatedOnTheDisk) {
+    HostStopFlag host(dir_.path(), "sparse", 0);
+    shareMemoryAlloc("sparse");
+    ASSERT_NE(frontend::gShareMemoryFile, -1);
+    struct stat info {};
+    ASSERT_EQ(::stat(host.path().c_str(), &info), 0);
+    EXPECT_EQ(info.st_size, 800);
+    EXPECT_GE(info.st_blocks * 512, 800);
+}
+
+TEST_F(TarnShareMemory, AFileTheHostCutsShortHoldsNoStopUntilItIsWrittenAgain) {
+    HostStopFlag host(dir_.path(), "reused");
+    host.set();
+    shareMemoryAlloc("reused");
+    ASSERT_EQ(get_shm_stop_flag(1), 1);
+    fs::resize_file(host.path(), 0);
+    EXPECT_EQ(get_shm_stop_flag(1), 0);
+    EXPECT_EQ(get_shm_stop_flag(0), 0);
+    fs::resize_file(host.path(), 800);
+    EXPECT_EQ(get_shm_stop_flag(1), 0);
+    host.set();
+    EXPECT_EQ(get_shm_stop_flag(1), 1);
 }
 
 TEST_F(TarnShareMemory, FreeWithoutRegionDoesNothing) {
@@ -118,7 +142,7 @@ TEST_F(TarnShareMemory, IdentifiersThatAreNotPlainNamesOpenNothing) {
     for (const std::string& identifier : refused) {
         SCOPED_TRACE(identifier);
         shareMemoryAlloc(std::optional<std::string>(identifier));
-        EXPECT_EQ(frontend::gShareMemory, nullptr);
+        EXPECT_EQ(frontend::gShareMemoryFile, -1);
         EXPECT_STREQ(frontend::share_memory_name, "");
     }
     EXPECT_TRUE(fs::is_empty(dir_ / "Tarn_sub"));
@@ -130,7 +154,7 @@ TEST_F(TarnShareMemory, NeverFollowsASymbolicLink) {
     std::ofstream(target) << "keep me";
     fs::create_symlink(target, dir_ / "Tarn_link");
     shareMemoryAlloc("link");
-    EXPECT_EQ(frontend::gShareMemory, nullptr);
+    EXPECT_EQ(frontend::gShareMemoryFile, -1);
     EXPECT_STREQ(frontend::share_memory_name, "");
     EXPECT_EQ(contentOf(target), "keep me");
     EXPECT_TRUE(fs::is_symlink(dir_ / "Tarn_link"));
@@ -141,7 +165,7 @@ TEST_F(TarnShareMemory, RefusesAFileWithAnotherLink) {
     std::ofstream(target) << "keep me";
     fs::create_hard_link(target, dir_ / "Tarn_hard");
     shareMemoryAlloc("hard");
-    EXPECT_EQ(frontend::gShareMemory, nullptr);
+    EXPECT_EQ(frontend::gShareMemoryFile, -1);
     EXPECT_EQ(contentOf(target), "keep me");
 }
 
@@ -149,16 +173,16 @@ TEST_F(TarnShareMemory, RefusesWhatIsNotARegularFile) {
     fs::create_directory(dir_ / "Tarn_folder");
     ASSERT_EQ(::mkfifo((dir_ / "Tarn_fifo").c_str(), 0600), 0);
     shareMemoryAlloc("folder");
-    EXPECT_EQ(frontend::gShareMemory, nullptr);
+    EXPECT_EQ(frontend::gShareMemoryFile, -1);
     shareMemoryAlloc("fifo");
-    EXPECT_EQ(frontend::gShareMemory, nullptr);
+    EXPECT_EQ(frontend::gShareMemoryFile, -1);
     EXPECT_STREQ(frontend::share_memory_name, "");
 }
 
 TEST_F(TarnShareMemory, MissingTemporaryDirectoryOpensNothing) {
     testsupport::ScopedTemporaryDirectory missing(dir_ / "not-there");
     shareMemoryAlloc("x");
-    EXPECT_EQ(frontend::gShareMemory, nullptr);
+    EXPECT_EQ(frontend::gShareMemoryFile, -1);
     EXPECT_STREQ(frontend::share_memory_name, "");
     EXPECT_EQ(get_shm_stop_flag(1), 0);
 }
@@ -166,13 +190,13 @@ TEST_F(TarnShareMemory, MissingTemporaryDirectoryOpensNothing) {
 TEST_F(TarnShareMemory, TemporaryDirectoryWithTrailingSlashIsJoinedOnce) {
     testsupport::ScopedTemporaryDirectory slash(dir_.path().string() + "/");
     shareMemoryAlloc("s");
-    EXPECT_NE(frontend::gShareMemory, nullptr);
+    EXPECT_NE(frontend::gShareMemoryFile, -1);
     EXPECT_TRUE(fs::exists(dir_ / "Tarn_s"));
 }
 
 TEST_F(TarnShareMemory, OverlongNameIsCutToTheBufferAndThenRefusedByTheFileSystem) {
     shareMemoryAlloc(std::string(2000, 'n').c_str());
-    EXPECT_EQ(frontend::gShareMemory, nullptr);
+    EXPECT_EQ(frontend::gShareMemoryFile, -1);
     EXPECT_STREQ(frontend::share_memory_name, "");
 }
 

@@ -37,6 +37,25 @@ TEST_F(StopFlagFileTest, CreatesEightHundredZeroBytesForTheOwnerOnly) {
     EXPECT_FALSE((*flag)->isRaised());
 }
 
+TEST_F(StopFlagFileTest, TheBytesAreAllocatedOnTheDisk) {
+    auto flag = StopFlagFile::create("sparse");
+    ASSERT_TRUE(flag);
+    struct stat info {};
+    ASSERT_EQ(::stat((*flag)->path().c_str(), &info), 0);
+    EXPECT_GE(info.st_blocks * 512, 800);
+}
+
+TEST_F(StopFlagFileTest, AFileCutShortIsNotRaisedAndCanBeRaisedAgain) {
+    auto flag = StopFlagFile::create("cut");
+    ASSERT_TRUE(flag);
+    (*flag)->raise();
+    fs::resize_file((*flag)->path(), 0);
+    EXPECT_FALSE((*flag)->isRaised());
+    (*flag)->raise();
+    EXPECT_TRUE((*flag)->isRaised());
+    EXPECT_EQ(fileBytes((*flag)->path()), std::string("\0\1", 2));
+}
+
 TEST_F(StopFlagFileTest, RaiseSetsByteOneAndClearResetsIt) {
     auto flag = StopFlagFile::create("job7");
     ASSERT_TRUE(flag);
