@@ -370,6 +370,18 @@ TEST(ParsePDFTextLinkParse, RangeSelectingNoPageLeavesTheFileUntouched) {
     }
 }
 
+TEST(ParsePDFTextLinkParse, DocumentWithoutPagesIsLoggedAndLeftUntouched) {
+    TempDir dir;
+    PdfFixture().write(dir / "a.pdf");
+    const std::string before = readBytes(dir / "a.pdf");
+    ParsePDFTextLink job = jobFor(dir / "a.pdf", "ALL");
+    RecordingReporter reporter;
+    run(job, reporter);
+    EXPECT_EQ(reporter.lines, std::vector<std::string>{"log: the document has no pages!"});
+    EXPECT_EQ(reporter.progressed, std::vector<std::string>{});
+    EXPECT_EQ(readBytes(dir / "a.pdf"), before);
+}
+
 TEST(ParsePDFTextLinkParse, LockedFileWithTheWrongPasswordIsLeftUntouched) {
     TempDir dir;
     PdfFixture pdf;
