@@ -126,7 +126,9 @@ Result<PageText> Document::pageText(int index) const {
     Result<fz_stext_page*> text = readStructuredText(ctx, *loaded);
     if (!text) return text.error();
     std::unique_ptr<fz_stext_page, TextDeleter> owned(*text, TextDeleter{ctx});
-    return collectText(*owned, *toPage);
+    PageText pageText = collectText(*owned, *toPage);
+    pageText.cropBox = cropBox(index);
+    return pageText;
 }
 
 }  // namespace platform

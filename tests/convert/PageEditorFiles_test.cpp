@@ -238,3 +238,18 @@ TEST_F(PageEditorFiles, TextLinksFollowThePagesOwnLinks) {
     convert(converter, neverStop_);
     expectGoldenFile(out() / "1.xml", "editor_text_links");
 }
+
+// The same page cropped below the text: the address is in the content stream but never shown.
+TEST_F(PageEditorFiles, TextLinksOutsideTheCropBoxAreLeftOut) {
+    PdfFixture pdf;
+    pdf.page(kSingle, platform::Rect{0, 0, 600, 650})
+        .text(72, 700, 12, "Visit www.example.com today")
+        .annot(uriLink("60 100 160 130", "http://own.example/"));
+    convert::PDFAnnotations converter = converterFor(write(pdf), 1);
+    converter.isText2Link = true;
+    convert(converter, neverStop_);
+    std::optional<std::string> written = goldenxml::readFile(out() / "1.xml");
+    ASSERT_TRUE(written);
+    EXPECT_NE(written->find("http://own.example/"), std::string::npos) << *written;
+    EXPECT_EQ(written->find("www.example.com"), std::string::npos) << *written;
+}
