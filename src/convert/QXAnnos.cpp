@@ -69,7 +69,7 @@ std::int64_t QXAnnos::parseAnnosToXML(const platform::StopFlag& stop,
         shared = std::make_shared<const JobDocument>(std::move(*document));
     }
     std::set<std::int64_t> pages =
-        frontend::parsePageRange(pageRange, shared->document().pageCount());
+        frontend::parsePageRange(pageRange, pdf::pageCountOfJob(shared->document(), reporter));
     if (pages.empty()) return 0;
     bool singleFile = isSingleFileOutput(outputFile);
     // Every file is written before the job returns, when the queue goes.

@@ -20,4 +20,10 @@ std::optional<platform::Document> CGPDFDocumentCreateX(const std::string& path,
     return document;
 }
 
+int pageCountOfJob(const platform::Document& document, platform::Reporter& reporter) {
+    const int count = document.pageCount();
+    if (count == 0) reporter.log("the document has no pages!");
+    return count;
+}
+
 }  // namespace pdf

@@ -1,10 +1,12 @@
 #pragma once
-// The single place where a document password is applied when a file is opened for reading.
+// The single place where a document password is applied when a file is opened for reading, and
+// where a job learns how many pages the document it opened has.
 
 #include <optional>
 #include <string>
 
 #include "platform/MuPDFDocument.h"
+#include "platform/Reporter.h"
 
 namespace pdf {
 
@@ -14,5 +16,10 @@ namespace pdf {
 // nullopt when path is empty, the file cannot be opened, or it stays locked. Prints nothing.
 std::optional<platform::Document> CGPDFDocumentCreateX(const std::string& path,
                                                        const std::optional<std::string>& password);
+
+// The page count of an opened, unlocked document. A document without any page makes a job
+// write nothing and still succeed, so that is said in the diagnostic log, where the host's log
+// shows why.
+int pageCountOfJob(const platform::Document& document, platform::Reporter& reporter);
 
 }  // namespace pdf

@@ -15,6 +15,28 @@ Result<pdf_document*> openPdfStream(fz_context* ctx, fz_stream* file) {
     return doc;
 }
 
+// The engine follows the cross-reference chain as far as it is sound and repairs the file only
+// when that chain is unreadable. A chain that loops, or that leads to an older revision, can
+// leave the catalog's page tree out of reach while the objects are all in the file: qpdf and the
+// engine's own repair then find every page.
+bool needsRepair(fz_context* ctx, pdf_document* doc) {
+    return !doc->repair_attempted && mupdf::countPages(ctx, doc) == 0;
+}
+
+// Rebuilds the cross-reference table from the objects themselves, as opening a damaged file
+// does. False when the engine cannot; the document is then unusable.
+bool repairDocument(fz_context* ctx, pdf_document* doc) {
+    bool repaired = false;
+    fz_var(repaired);
+    fz_try(ctx) {
+        pdf_repair_xref(ctx, doc);
+        pdf_repair_trailer(ctx, doc);
+        repaired = true;
+    }
+    fz_catch(ctx) { repaired = false; }
+    return repaired;
+}
+
 // The page tree maps make page lookups by index and by object fast; a broken tree leaves the
 // engine's slower walks, which cope with it.
 bool loadPageTree(fz_context* ctx, pdf_document* doc) {
@@ -117,6 +139,10 @@ Result<pdf_document*> openDocument(fz_context* ctx, const char* path) {
     Result<fz_stream*> file = openBudgetedFile(ctx, path);
     if (!file) return file.error();
     Result<pdf_document*> doc = openPdfStream(ctx, *file);
+    if (doc && needsRepair(ctx, *doc) && !repairDocument(ctx, *doc)) {
+        pdf_drop_document(ctx, *doc);
+        doc = makeError(Error::Code::Format, "the document cannot be repaired");
+    }
     const bool spent = isReadBudgetSpent(*file);
     liftReadBudget(*file);
     fz_drop_stream(ctx, *file);

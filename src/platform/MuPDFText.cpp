@@ -2,6 +2,7 @@
 // back from the engine's display space into PDF page space.
 #include <algorithm>
 
+#include "platform/DecimalFloat.h"
 #include "platform/MuPDFDocument.h"
 #include "platform/MuPDFEngine.h"
 
@@ -65,8 +66,10 @@ Result<fz_matrix> displayToPageSpace(fz_context* ctx, pdf_page* page) {
 }
 
 Rect toPageRect(const fz_quad& quad, const fz_matrix& toPage) {
-    fz_rect r = fz_rect_from_quad(fz_transform_quad(quad, toPage));
-    return {r.x0, r.y0, r.x1 - r.x0, r.y1 - r.y0};
+    const fz_rect r = fz_rect_from_quad(fz_transform_quad(quad, toPage));
+    const double x0 = decimalValue(r.x0);
+    const double y0 = decimalValue(r.y0);
+    return {x0, y0, decimalValue(r.x1) - x0, decimalValue(r.y1) - y0};
 }
 
 void appendCodePoint(PageText& out, int c, const Rect& box) {
@@ -123,7 +126,9 @@ Result<PageText> Document::pageText(int index) const {
     Result<fz_stext_page*> text = readStructuredText(ctx, *loaded);
     if (!text) return text.error();
     std::unique_ptr<fz_stext_page, TextDeleter> owned(*text, TextDeleter{ctx});
-    return collectText(*owned, *toPage);
+    PageText pageText = collectText(*owned, *toPage);
+    pageText.cropBox = cropBox(index);
+    return pageText;
 }
 
 }  // namespace platform

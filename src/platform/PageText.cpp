@@ -10,4 +10,10 @@ Rect PageText::boundsOfRange(std::size_t start, std::size_t length) const {
     return bounds;
 }
 
+bool PageText::isVisible(const Rect& bounds) const {
+    if (!cropBox || bounds == Rect{}) return true;
+    return bounds.minX() < cropBox->maxX() && cropBox->minX() < bounds.maxX() &&
+           bounds.minY() < cropBox->maxY() && cropBox->minY() < bounds.maxY();
+}
+
 }  // namespace platform

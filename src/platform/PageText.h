@@ -2,6 +2,7 @@
 // A page's text in reading order as 16-bit units, with the box of every unit in page space.
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,12 +11,17 @@
 namespace platform {
 
 struct PageText {
-    std::u16string text;     // lines separated by "\n", words by " "
+    std::u16string text;      // lines separated by "\n", words by " "
     std::vector<Rect> boxes;  // one per unit of text; separators the engine made get empty boxes
+    std::optional<Rect> cropBox;  // the part of the page a reader sees, when known
 
     // The union of the boxes of the units in [start, start + length); all zero when the range
     // covers no unit with a box.
     Rect boundsOfRange(std::size_t start, std::size_t length) const;
+    // False when bounds (of text on this page) lie wholly outside the crop box: such text is
+    // never shown, so nobody can see or click a link on it. All-zero bounds stand for no text
+    // and count as visible.
+    bool isVisible(const Rect& bounds) const;
 };
 
 }  // namespace platform

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <utility>
 
+#include "platform/DecimalFloat.h"
 #include "platform/MuPDFEngine.h"
 
 namespace platform {
@@ -38,7 +39,7 @@ bool numberOf(fz_context* ctx, pdf_obj* obj, double* value) {
             *value = static_cast<double>(pdf_to_int64(ctx, obj));
             found = true;
         } else if (pdf_is_real(ctx, obj)) {
-            *value = pdf_to_real(ctx, obj);
+            *value = decimalValue(pdf_to_real(ctx, obj));
             found = true;
         }
     }

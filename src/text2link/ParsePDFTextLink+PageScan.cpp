@@ -1,4 +1,6 @@
 // Scanning one page's text for links, and dropping new links that repeat an existing one.
+#include <algorithm>
+
 #include "platform/DataDetector.h"
 #include "platform/ICUText.h"
 #include "platform/URIParser.h"
@@ -60,11 +62,17 @@ void ParsePDFTextLink::parsePage(const platform::Document& document, int pageInd
 void ParsePDFTextLink::parsePageText(const platform::PageText& page, std::vector<Annotation>& list,
                                      const platform::StopFlag& stop) const {
     if (page.text.empty()) return;
+    const std::size_t first = list.size();
     if (useDataDetector) {
         parsePageWithDetector(page, list, stop);
     } else {
         parsePageByIndex(page, list, stop);
     }
+    // Finds in text outside the crop box would be links nobody can see or click.
+    list.erase(
+        std::remove_if(list.begin() + static_cast<std::ptrdiff_t>(first), list.end(),
+                       [&page](const Annotation& link) { return !page.isVisible(link.bounds); }),
+        list.end());
 }
 
 void ParsePDFTextLink::parsePageWithDetector(const platform::PageText& page,

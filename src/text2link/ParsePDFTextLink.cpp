@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "frontend/parsePageRange.h"
+#include "pdf/CGPDFDocumentCreateX.h"
 #include "platform/SerialWorker.h"
 #include "platform/URIParser.h"
 
@@ -102,7 +103,7 @@ void ParsePDFTextLink::parse(const platform::StopFlag& stop, platform::Reporter&
     if (!opened) return;
     platform::Document& document = opened.value();
     if (!unlockDocument(document, password)) return;
-    const std::int64_t pageCount = document.pageCount();
+    const std::int64_t pageCount = pdf::pageCountOfJob(document, reporter);
     const std::set<std::int64_t> pages = frontend::parsePageRange(pageRange, pageCount);
     if (pages.empty()) return;
     if (!(parseType & 3)) parseType = 1;

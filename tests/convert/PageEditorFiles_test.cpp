@@ -108,6 +108,22 @@ TEST_F(PageEditorFiles, RotatedPageMeasuresTheDisplayedPage) {
     expectGoldenFile(out() / "1.xml", "editor_rotated_90");
 }
 
+// 296.936 / 362.835 = 0.81837749...; the engine's floats would give 0.818378.
+TEST_F(PageEditorFiles, LocationsAreComputedFromTheDecimalsTheFileWrites) {
+    PdfFixture pdf;
+    pdf.page({0, 0, 362.835, 272.126})
+        .annot(uriLink("296.936 10.959 303.91 19.925", "http://exact.example/"));
+    convert::PDFAnnotations converter = converterFor(write(pdf), 1);
+    convert(converter, neverStop_);
+    EXPECT_EQ(goldenxml::readFile(out() / "1.xml").value_or(""),
+              "<pageAnnos pageIndex=\"0\"><anno "
+              "annotype=\"com.quendal.vorlinde.pageeditor.TAnnoLink\"><action "
+              "triggerEventType=\"mouseDown\" "
+              "actionType=\"com.quendal.vorlinde.pageeditor.TAnnoActionOpenURL\"><url>http://"
+              "exact.example/</url></action><location x=\"0.818377\" y=\"0.926780\" "
+              "width=\"0.019221\" height=\"0.032948\"></location></anno></pageAnnos>");
+}
+
 TEST_F(PageEditorFiles, FixedWidthDividesTheSpreadAndRenumbers) {
     std::filesystem::path in = write(bookWithSpread());
     for (std::int64_t page : {1, 2, 3}) {
@@ -221,4 +237,19 @@ TEST_F(PageEditorFiles, TextLinksFollowThePagesOwnLinks) {
     converter.isText2Link = true;
     convert(converter, neverStop_);
     expectGoldenFile(out() / "1.xml", "editor_text_links");
+}
+
+// The same page cropped below the text: the address is in the content stream but never shown.
+TEST_F(PageEditorFiles, TextLinksOutsideTheCropBoxAreLeftOut) {
+    PdfFixture pdf;
+    pdf.page(kSingle, platform::Rect{0, 0, 600, 650})
+        .text(72, 700, 12, "Visit www.example.com today")
+        .annot(uriLink("60 100 160 130", "http://own.example/"));
+    convert::PDFAnnotations converter = converterFor(write(pdf), 1);
+    converter.isText2Link = true;
+    convert(converter, neverStop_);
+    std::optional<std::string> written = goldenxml::readFile(out() / "1.xml");
+    ASSERT_TRUE(written);
+    EXPECT_NE(written->find("http://own.example/"), std::string::npos) << *written;
+    EXPECT_EQ(written->find("www.example.com"), std::string::npos) << *written;
 }

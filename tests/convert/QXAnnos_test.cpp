@@ -105,6 +105,15 @@ TEST_F(QXAnnosJob, EmptySelectionWritesNothing) {
     EXPECT_TRUE(reporter_.logLines.empty());
 }
 
+// The job succeeds without writing anything; the log says why.
+TEST_F(QXAnnosJob, DocumentWithoutPagesIsLoggedOnce) {
+    testsupport::PdfFixture().write(pdf_);
+    EXPECT_EQ(job("ALL").parseAnnosToXML(neverStop_, reporter_), 0);
+    EXPECT_EQ(fileNames(out_), Lines());
+    EXPECT_TRUE(reporter_.outLines.empty());
+    EXPECT_EQ(reporter_.logLines, Lines{"the document has no pages!"});
+}
+
 TEST_F(QXAnnosJob, HostWidthCountsOnlyInWideModeOne) {
     converttest::bookWithSpread().write(pdf_);
     convert::QXAnnos withWidth = job("1-2");

@@ -100,6 +100,22 @@ TEST_F(MuPDFAnnotations, ReversedRectCornersGiveTheSameBounds) {
               "Link [10 20 100 20] - - none\n");
 }
 
+// Reals reach the jobs as the decimals the file wrote, not as the engine's floats widened.
+TEST_F(MuPDFAnnotations, NumbersAreTheDecimalsTheFileWrites) {
+    auto fixture =
+        withAnnotsOnFirstPage({"<< /Subtype /Link /Rect [296.936 10.959 303.91 19.925] "
+                               "/Dest [{page:1} /XYZ 0.1 612.3 0] >>"});
+    fixture.write(dir_ / "a.pdf");
+    auto document = Document::open((dir_ / "a.pdf").string());
+    ASSERT_TRUE(document.ok());
+    std::vector<Annotation> annotations = document->annotations(0);
+    ASSERT_EQ(annotations.size(), 1u);
+    EXPECT_EQ(annotations[0].bounds,
+              (platform::Rect{296.936, 10.959, 303.91 - 296.936, 19.925 - 10.959}));
+    ASSERT_TRUE(annotations[0].destination);
+    EXPECT_EQ(annotations[0].destination->point, (platform::Point{0.1, 612.3}));
+}
+
 TEST_F(MuPDFAnnotations, MissingRectNumbersCountAsZero) {
     auto fixture = withAnnotsOnFirstPage({"<< /Subtype /Link /Rect [10 20] >>",
                                           "<< /Subtype /Link /Rect [10 /x 30 (y)] >>",

@@ -4,6 +4,7 @@
 
 #include <fstream>
 
+#include "robustness/PdfSurgery.h"
 #include "support/PdfFixture.h"
 #include "support/TempDir.h"
 
@@ -52,6 +53,33 @@ TEST(MuPDFDocument, BrokenCrossReferenceIsRepaired) {
     Document doc = openFile(dir / "broken.pdf");
     EXPECT_EQ(doc.pageCount(), 2);
     EXPECT_EQ(doc.cropBox(1), (Rect{0, 0, 300, 400}));
+}
+
+// The last update's cross-reference section names itself as the one before it. The engine stops
+// following the chain there, which leaves the page tree of the first revision out of reach; the
+// objects are all in the file, as qpdf and a repair find.
+TEST(MuPDFDocument, CrossReferenceChainThatLoopsIsRepaired) {
+    testsupport::TempDir dir;
+    const std::string original = PdfFixture().pages(3, {0, 0, 300, 400}).bytes();
+    std::string bytes =
+        robustness::withUpdate(original, {{1, "<< /Type /Catalog /Pages 2 0 R /Lang (en) >>"}});
+    bytes =
+        robustness::patched(bytes, "/Prev " + std::to_string(robustness::lastStartXref(original)),
+                            "/Prev " + std::to_string(robustness::lastStartXref(bytes)), true);
+    ASSERT_TRUE(robustness::writeBytes(dir / "loop.pdf", bytes));
+    Document doc = openFile(dir / "loop.pdf");
+    EXPECT_EQ(doc.pageCount(), 3);
+    EXPECT_EQ(doc.cropBox(2), (Rect{0, 0, 300, 400}));
+    EXPECT_EQ(doc.catalog().get("Lang").textString(), "en");  // the update still counts
+}
+
+// A file whose page tree is empty stays empty after the repair that its count asks for.
+TEST(MuPDFDocument, DocumentWithoutPagesOpensEmpty) {
+    testsupport::TempDir dir;
+    PdfFixture().write(dir / "empty.pdf");
+    Document doc = openFile(dir / "empty.pdf");
+    EXPECT_EQ(doc.pageCount(), 0);
+    EXPECT_FALSE(doc.catalog().isNull());
 }
 
 struct EncryptionCase {

@@ -59,6 +59,16 @@ TEST_F(MuPDFPage, CropBoxWithNonZeroOrigin) {
     EXPECT_EQ(doc.cropBox(0), (Rect{50, 60, 500, 700}));  // rotation does not turn the box
 }
 
+// The engine stores reals as floats; the box must be the decimals the file wrote, with sizes
+// computed from them in double precision.
+TEST_F(MuPDFPage, BoxesAreTheNumbersTheFileWrites) {
+    Document doc = open(
+        PdfFixture().page({0, 0, 612.3, 792}).pageEntry("CropBox", "[0.1 10.959 362.835 272.126]"));
+    EXPECT_EQ(doc.cropBox(0), (Rect{0.1, 10.959, 362.835 - 0.1, 272.126 - 10.959}));
+    Document media = open(PdfFixture().page({0, 0, 612.3, 362.835}));
+    EXPECT_EQ(media.cropBox(0), (Rect{0, 0, 612.3, 362.835}));
+}
+
 TEST_F(MuPDFPage, CropBoxIsClippedToMediaBox) {
     Document doc = open(PdfFixture().page({0, 0, 600, 800}, Rect{-50, 100, 700, 800}));
     EXPECT_EQ(doc.cropBox(0), (Rect{0, 100, 600, 700}));

@@ -19,4 +19,17 @@ TEST(PageText, RangeWithoutBoxesIsZero) {
     EXPECT_EQ(page.boundsOfRange(5, 2), platform::Rect{});
 }
 
+TEST(PageText, TextIsVisibleWhereItMeetsTheCropBox) {
+    platform::PageText page;
+    EXPECT_TRUE(page.isVisible({700, 700, 10, 10}));  // no box known: everything shows
+    page.cropBox = platform::Rect{0, 0, 612, 492};
+    EXPECT_TRUE(page.isVisible({72, 400, 50, 12}));
+    EXPECT_TRUE(page.isVisible({72, 486, 50, 12}));   // cut by the top edge
+    EXPECT_TRUE(page.isVisible({-20, 100, 30, 12}));  // cut by the left edge
+    EXPECT_FALSE(page.isVisible({380.9, 697.7, 72.3, 14.5}));
+    EXPECT_FALSE(page.isVisible({72, 492, 50, 12}));  // only touching the edge
+    EXPECT_FALSE(page.isVisible({-60, 100, 50, 12}));
+    EXPECT_TRUE(page.isVisible({}));  // no character, nothing to judge
+}
+
 }  // namespace

@@ -370,6 +370,37 @@ TEST(ParsePDFTextLinkParse, RangeSelectingNoPageLeavesTheFileUntouched) {
     }
 }
 
+TEST(ParsePDFTextLinkParse, DocumentWithoutPagesIsLoggedAndLeftUntouched) {
+    TempDir dir;
+    PdfFixture().write(dir / "a.pdf");
+    const std::string before = readBytes(dir / "a.pdf");
+    ParsePDFTextLink job = jobFor(dir / "a.pdf", "ALL");
+    RecordingReporter reporter;
+    run(job, reporter);
+    EXPECT_EQ(reporter.lines, std::vector<std::string>{"log: the document has no pages!"});
+    EXPECT_EQ(reporter.progressed, std::vector<std::string>{});
+    EXPECT_EQ(readBytes(dir / "a.pdf"), before);
+}
+
+// Text beyond the crop box is in the content stream but never shown: no link is made on it,
+// while an address the box cuts through keeps its link.
+TEST(ParsePDFTextLinkParse, TextOutsideTheCropBoxIsNotLinked) {
+    TempDir dir;
+    PdfFixture pdf;
+    pdf.page(kLetter, platform::Rect{0, 0, 612, 492})
+        .text(72, 400, 12, "www.inside.org 13812345678")
+        .text(72, 700, 12, "www.above.org 13912345678")
+        .text(72, 486, 12, "www.edge.org");
+    pdf.write(dir / "a.pdf");
+    ParsePDFTextLink job = jobFor(dir / "a.pdf", "ALL");
+    RecordingReporter reporter;
+    run(job, reporter);
+    EXPECT_EQ(describeLinks(dir / "a.pdf"),
+              "p1 Link [72 396 81 16] http://www.inside.org\n"
+              "p1 Link [157 396 73 16] tel:13812345678\n"
+              "p1 Link [72 482 77 16] http://www.edge.org\n");
+}
+
 TEST(ParsePDFTextLinkParse, LockedFileWithTheWrongPasswordIsLeftUntouched) {
     TempDir dir;
     PdfFixture pdf;
