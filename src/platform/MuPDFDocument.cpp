@@ -18,9 +18,11 @@ Result<pdf_document*> openPdfStream(fz_context* ctx, fz_stream* file) {
 // The engine follows the cross-reference chain as far as it is sound and repairs the file only
 // when that chain is unreadable. A chain that loops, or that leads to an older revision, can
 // leave the catalog's page tree out of reach while the objects are all in the file: qpdf and the
-// engine's own repair then find every page.
+// engine's own repair then find every page. The page tree of a document that a password locks
+// cannot be read yet, so its count says nothing.
 bool needsRepair(fz_context* ctx, pdf_document* doc) {
-    return !doc->repair_attempted && mupdf::countPages(ctx, doc) == 0;
+    return !doc->repair_attempted && mupdf::isOpenWithoutPassword(ctx, doc) &&
+           mupdf::countPages(ctx, doc) == 0;
 }
 
 // Rebuilds the cross-reference table from the objects themselves, as opening a damaged file

@@ -81,6 +81,17 @@ TEST_F(CorpusCases, LoopingCrossReferenceChainGivesItsThirtyPages) {
     EXPECT_EQ(reporter_.lines, std::vector<std::string>{});
 }
 
+// A locked document's page tree cannot be read before its password is given; that is no reason
+// to rebuild the file, which would lose the pages its object streams hold.
+TEST_F(CorpusCases, LockedDocumentIsNotRepairedForItsUnreadablePageTree) {
+    CORPUS_FILE_OR_SKIP(pdf, "qpdf-enc-XI-R6,V5,U=view,O=master.pdf");
+    auto document = platform::Document::open(pdf.string());
+    ASSERT_TRUE(document.ok()) << document.error().message;
+    EXPECT_EQ(document->pageCount(), 0);
+    ASSERT_TRUE(document->unlock("view"));
+    EXPECT_EQ(document->pageCount(), 30);
+}
+
 // Three windows of one content stream through different page boxes: of the 21 finds on the
 // three pages only 6 lie inside their page's crop box, all on page 1, which draws its footer
 // (the BuyWithMe address, e-mail address and FAQ link) twice. tel:7286481218 at
