@@ -32,9 +32,6 @@ std::string path(const CorpusFile& file) { return file.path().string(); }
 
 class Corpus : public ::testing::TestWithParam<CorpusFile> {};
 
-// Test names already carry the file; this keeps gtest from dumping the record's bytes.
-void PrintTo(const CorpusFile& file, std::ostream* out) { *out << file.file; }
-
 struct LinkCounts {
     long uri = 0;
     long named = 0;

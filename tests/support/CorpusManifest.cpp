@@ -72,6 +72,8 @@ std::vector<CorpusFile> corpusCases() {
     return {placeholder};
 }
 
+void PrintTo(const CorpusFile& file, std::ostream* out) { *out << file.file; }
+
 std::string corpusTestName(const ::testing::TestParamInfo<CorpusFile>& info) {
     std::string name = std::to_string(info.index) + "_";
     for (char c : info.param.file) name += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';

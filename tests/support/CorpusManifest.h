@@ -14,6 +14,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -46,6 +47,9 @@ std::vector<CorpusFile> readCorpusManifest();
 // The manifest's files; without the corpus one placeholder, so that each suite over the corpus
 // still has a test to report as skipped (gtest fails a suite that has none).
 std::vector<CorpusFile> corpusCases();
+
+// Prints the file's name, not the record's bytes, for gtest and the CTest test names.
+void PrintTo(const CorpusFile& file, std::ostream* out);
 
 // A test name made of the file's position and name.
 std::string corpusTestName(const ::testing::TestParamInfo<CorpusFile>& info);
