@@ -14,6 +14,7 @@
 #include "host/OutputFiles.h"
 #include "host/ProgressBar.h"
 #include "host/ProgressListener.h"
+#include "host/RunRequest.h"
 #include "platform/MuPDFDocument.h"
 #include "platform/NumberText.h"
 
@@ -23,34 +24,6 @@ namespace {
 // How often the command looks at the job and redraws the bar.
 constexpr std::chrono::milliseconds kLookInterval{100};
 constexpr int kSignalStatusBase = 128;
-
-struct RunRequest {
-    JobKind kind = JobKind::Convert;
-    SettingsText settings;
-};
-
-std::optional<RunRequest> parseRunArguments(const Arguments& arguments) {
-    if (arguments.size() < 2 || (arguments[0] != "-b" && arguments[0] != "-a")) {
-        printUsage();
-        return std::nullopt;
-    }
-    RunRequest request;
-    request.kind = arguments[0] == "-b" ? JobKind::Convert : JobKind::TextToLink;
-    for (std::size_t k = 1; k < arguments.size(); ++k) {
-        const std::string& item = arguments[k];
-        const std::size_t equals = item.find('=');
-        if (equals == std::string::npos) {
-            complain("\"" + item + "\" is not KEY=VALUE", kExitUsage);
-            return std::nullopt;
-        }
-        auto set = request.settings.set(item.substr(0, equals), item.substr(equals + 1));
-        if (!set) {
-            complain(set.error().message, kExitUsage);
-            return std::nullopt;
-        }
-    }
-    return request;
-}
 
 // The PDFAnnotations installed beside this command, or none (then PATH decides).
 std::string toolBesideUs() {
@@ -64,11 +37,8 @@ std::string toolBesideUs() {
 
 // The page count of the job's PDF, 0 when it cannot be read.
 int pageCountOf(const SettingsText& settings) {
-    auto document = platform::Document::open(settings.value("input").value_or(""));
-    if (!document) return 0;
-    const std::string password = settings.value("password").value_or("");
-    if (!document->unlock("") && !document->unlock(password)) return 0;
-    return document->pageCount();
+    const BookCheck check = checkBook(settings);
+    return check.state == BookState::Readable ? check.pageCount : 0;
 }
 
 // The bar on a terminal; nothing at all when standard output is not one. The listener's
@@ -138,52 +108,104 @@ bool isEndRequested(const sigset_t& signals) {
 }
 
 // Waits for the job; an interrupt asks it to stop, and it still writes what it has.
-platform::Result<int> superviseJob(Job& job, ProgressDisplay& display) {
+platform::Result<int> superviseJob(Job& job, ProgressDisplay& display, bool& stopped) {
     const sigset_t signals = endSignals();
     for (;;) {
         auto waited = job.wait(kLookInterval);
         if (!waited) return waited.error();
         if (*waited) return **waited;
-        if (isEndRequested(signals)) job.stop();
+        if (isEndRequested(signals)) {
+            job.stop();
+            stopped = true;
+        }
         if (job.kind() == JobKind::Convert) display.show(lastPageWritten(job));
     }
 }
 
-void printOutcome(const Job& job) {
-    std::fputs(job.standardOutput().c_str(), stdout);
+void printOutcome(const Job& job, WorkerMessages messages) {
+    std::fputs(job.standardOutput().c_str(),
+               messages == WorkerMessages::AsPrinted ? stdout : stderr);
     std::fputs(job.standardError().c_str(), stderr);
     for (const std::string& file : job.writtenFiles()) std::printf("%s\n", file.c_str());
 }
 
+RunOutcome endedWith(int status, bool stopped = false, std::vector<std::string> files = {}) {
+    RunOutcome outcome;
+    outcome.status = status;
+    outcome.stopped = stopped;
+    outcome.files = std::move(files);
+    return outcome;
+}
+
 }  // namespace
 
-int runJobCommand(const Arguments& arguments) {
-    std::optional<RunRequest> request = parseRunArguments(arguments);
-    if (!request) return kExitUsage;
-    if (auto missing = request->settings.missingFor(request->kind)) {
-        return complain("the setting \"" + std::string(*missing) + "\" is missing", kExitUsage);
+BookCheck checkBook(const SettingsText& settings) {
+    auto document = platform::Document::open(settings.value("input").value_or(""));
+    if (!document) return {BookState::CannotOpen};
+    const std::string password = settings.value("password").value_or("");
+    if (!document->unlock("") && !document->unlock(password)) return {BookState::WrongPassword};
+    const int pages = document->pageCount();
+    return {pages > 0 ? BookState::Readable : BookState::NoPages, pages};
+}
+
+std::optional<RunRequest> parseRunArguments(const Arguments& arguments) {
+    if (arguments.size() < 2 || (arguments[0] != "-b" && arguments[0] != "-a")) {
+        printUsage();
+        return std::nullopt;
     }
-    if (auto made = makeOutputFolder(*request); !made) return complain(made.error().message);
+    RunRequest request;
+    request.kind = arguments[0] == "-b" ? JobKind::Convert : JobKind::TextToLink;
+    for (std::size_t k = 1; k < arguments.size(); ++k) {
+        const std::string& item = arguments[k];
+        const std::size_t equals = item.find('=');
+        if (equals == std::string::npos) {
+            complain("\"" + item + "\" is not KEY=VALUE", kExitUsage);
+            return std::nullopt;
+        }
+        auto set = request.settings.set(item.substr(0, equals), item.substr(equals + 1));
+        if (!set) {
+            complain(set.error().message, kExitUsage);
+            return std::nullopt;
+        }
+    }
+    return request;
+}
+
+RunOutcome runRequest(RunRequest request, WorkerMessages messages) {
+    if (auto missing = request.settings.missingFor(request.kind)) {
+        return endedWith(
+            complain("the setting \"" + std::string(*missing) + "\" is missing", kExitUsage));
+    }
+    if (auto made = makeOutputFolder(request); !made)
+        return endedWith(complain(made.error().message));
     const sigset_t signals = endSignals();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    ProgressDisplay display(::isatty(STDOUT_FILENO) == 1 ? pageCountOf(request->settings) : 0);
+    ProgressDisplay display(::isatty(STDOUT_FILENO) == 1 ? pageCountOf(request.settings) : 0);
     // Another host listening already keeps the messages; the bar then stays empty.
     std::unique_ptr<ProgressListener> listener;
-    if (request->kind == JobKind::TextToLink && display.isEnabled()) {
+    if (request.kind == JobKind::TextToLink && display.isEnabled()) {
         auto started = ProgressListener::start([&display](const std::string& argument) {
             if (!argument.starts_with("stop")) display.show(platform::intValue(argument));
         });
         if (started) listener = std::move(*started);
     }
-    auto job = Job::start(toolBesideUs(), request->kind, std::move(request->settings));
-    if (!job) return complain(job.error().message);
-    auto status = superviseJob(**job, display);
+    auto job = Job::start(toolBesideUs(), request.kind, std::move(request.settings));
+    if (!job) return endedWith(complain(job.error().message));
+    bool stopped = false;
+    auto status = superviseJob(**job, display, stopped);
     display.finish();
-    if (!status) return complain(status.error().message);
-    printOutcome(**job);
-    if (*status == 0) return 0;
+    if (!status) return endedWith(complain(status.error().message), stopped);
+    printOutcome(**job, messages);
+    if (*status == 0) return endedWith(0, stopped, (*job)->writtenFiles());
     complain("PDFAnnotations ended with status " + std::to_string(*status));
-    return *status > 0 ? *status : kSignalStatusBase - *status;
+    return endedWith(*status > 0 ? *status : kSignalStatusBase - *status, stopped,
+                     (*job)->writtenFiles());
+}
+
+int runJobCommand(const Arguments& arguments) {
+    std::optional<RunRequest> request = parseRunArguments(arguments);
+    if (!request) return kExitUsage;
+    return runRequest(std::move(*request), WorkerMessages::AsPrinted).status;
 }
 
 }  // namespace host

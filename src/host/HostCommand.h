@@ -18,6 +18,8 @@ inline constexpr int kExitUsage = 2;
 int runEncodeCommand(const Arguments& arguments);
 int runDecodeCommand(const Arguments& arguments);
 int runJobCommand(const Arguments& arguments);
+int runBatchCommand(const Arguments& arguments);
+int runBatchJobCommand(const Arguments& arguments);
 int runStopCommand(const Arguments& arguments);
 int runListenCommand(const Arguments& arguments);
 int runPreviewCommand(const Arguments& arguments);

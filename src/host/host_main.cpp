@@ -1,6 +1,6 @@
 // pdfannotations-host: drives PDFAnnotations as a host application does, from a shell. Encodes
-// and decodes settings, runs jobs, stops them, listens to their progress, and draws the links
-// a job found over a picture of the page.
+// and decodes settings, runs jobs (one, or a list of them on GNU parallel), stops them, listens
+// to their progress, and draws the links a job found over a picture of the page.
 
 #include <array>
 #include <string_view>
@@ -14,10 +14,12 @@ struct Command {
     int (*run)(const host::Arguments&);
 };
 
-constexpr std::array<Command, 6> kCommands{{
+constexpr std::array<Command, 8> kCommands{{
     {"encode", host::runEncodeCommand},
     {"decode", host::runDecodeCommand},
     {"run", host::runJobCommand},
+    {"batch", host::runBatchCommand},
+    {"batch-job", host::runBatchJobCommand},
     {"stop", host::runStopCommand},
     {"listen", host::runListenCommand},
     {"preview", host::runPreviewCommand},

@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+#include <string>
+#include <vector>
+
 #include "frontend/TarnShareMemory.h"
 #include "frontend/security.h"
 #include "support/HostStopFlag.h"
@@ -105,31 +109,37 @@ protected:
 
 // --- Command line forms ---
 
-TEST_F(Entry, NoArgumentsPrintsTheUsage) {
-    EXPECT_EQ(run({}), 0);
-    expectUsageOnly();
+// Command lines that print the usage text and nothing else.
+std::vector<Lines> usageCommandLines() {
+    return {
+        {},
+        {"-h"},
+        {"-h", "-b", encodeArgumentCodes("input=a|output=b|range=1|d=2")},  // whatever follows
+        {"-b"},  // a mode without settings
+        {"-a"},
+        {"-x"},  // unknown switches
+        {"-B", encodeArgumentCodes("input=a")},
+        {"b", "c"},
+        {""},
+        {"--help"},
+        {"-b", "ohkV5"},  // undecodable -b settings
+        {"-b", "ohkV5_"},
+        {"-b", ""},
+        {"-b", "12345678\xFF"},
+        {"-b", "\x01\x02\x03\x04\x05\x06\x07\x08\x09\x0a"},
+        {"-b", encodeArgumentCodes("output=/o|range=1|divide=2")},  // a required -b item missing
+        {"-b", encodeArgumentCodes("input=/i|range=1|divide=2")},
+        {"-b", encodeArgumentCodes("input=/i|output=/o|divide=2")},
+        {"-b", encodeArgumentCodes("input=/i|output=/o|range=1")},
+        {"-b",
+         encodeArgumentCodes("input=/i|output=/o|range=1|type=2|r2l=1|html5=1|p=x|id=y|t2l=3")},
+        {"-b", encodeArgumentCodes("")},
+    };
 }
 
-TEST_F(Entry, HelpPrintsTheUsageWhateverFollows) {
-    EXPECT_EQ(run({"-h"}), 0);
-    expectUsageOnly();
-    reporter_.outLines.clear();
-    EXPECT_EQ(run({"-h", "-b", encodeArgumentCodes("input=a|output=b|range=1|d=2")}), 0);
-    expectUsageOnly();
-}
-
-TEST_F(Entry, ModeWithoutSettingsPrintsTheUsage) {
-    EXPECT_EQ(run({"-b"}), 0);
-    expectUsageOnly();
-    reporter_.outLines.clear();
-    EXPECT_EQ(run({"-a"}), 0);
-    expectUsageOnly();
-}
-
-TEST_F(Entry, UnknownSwitchPrintsTheUsage) {
-    for (const Lines& arguments : {Lines{"-x"}, Lines{"-B", encodeArgumentCodes("input=a")},
-                                   Lines{"b", "c"}, Lines{""}, Lines{"--help"}}) {
-        SCOPED_TRACE(arguments[0]);
+TEST_F(Entry, CommandLinesThatPrintTheUsageOnly) {
+    for (const Lines& arguments : usageCommandLines()) {
+        SCOPED_TRACE(testing::PrintToString(arguments));
         reporter_.outLines.clear();
         EXPECT_EQ(run(arguments), 0);
         expectUsageOnly();
@@ -143,33 +153,6 @@ TEST_F(Entry, ExitStatusIsTheLowByteOfTheConversionResult) {
 }
 
 // --- -b: completeness ---
-
-TEST_F(Entry, ConversionWithUndecodableSettingsPrintsTheUsage) {
-    for (const char* codes :
-         {"ohkV5", "ohkV5_", "", "12345678\xFF", "\x01\x02\x03\x04\x05\x06\x07\x08\x09\x0a"}) {
-        SCOPED_TRACE(codes);
-        reporter_.outLines.clear();
-        EXPECT_EQ(run({"-b", codes}), 0);
-        expectUsageOnly();
-    }
-}
-
-TEST_F(Entry, ConversionWithoutARequiredItemPrintsTheUsage) {
-    const char* incomplete[] = {
-        "output=/o|range=1|divide=2",
-        "input=/i|range=1|divide=2",
-        "input=/i|output=/o|divide=2",
-        "input=/i|output=/o|range=1",
-        "input=/i|output=/o|range=1|type=2|r2l=1|html5=1|p=x|id=y|t2l=3",
-        "",
-    };
-    for (const char* items : incomplete) {
-        SCOPED_TRACE(items);
-        reporter_.outLines.clear();
-        EXPECT_EQ(runB(items), 0);
-        expectUsageOnly();
-    }
-}
 
 TEST_F(Entry, DivideAloneOrAspectRatioAloneCompletesTheSettings) {
     EXPECT_EQ(runB("input=/i|output=/o|range=1|divide=2"), 0);
@@ -241,48 +224,42 @@ TEST_F(Entry, DivideOneMeasuresTheWidth) {
     EXPECT_FALSE(job.isNewMode);
 }
 
-TEST_F(Entry, DivideWithWidthZeroMeasuresTheWidth) {
-    const convert::QXAnnos& job = convertWith("divide=0:5");
-    EXPECT_EQ(job.wideMode, 1);
-    EXPECT_EQ(job.divWidth, 612);
-    EXPECT_EQ(jobs_.detections.size(), 1u);
+// The divide items of a complete -b job, the wide mode and width the job gets, and how many
+// times the width was measured.
+struct DivideCase {
+    const char* name;
+    const char* items;
+    std::int64_t wideMode;
+    std::int64_t divWidth;
+    std::size_t measurements;
+};
+
+const DivideCase kDivideCases[] = {
+    {"WidthZeroMeasuresTheWidth", "divide=0:5", 1, 612, 1},
+    {"AWidthFixesIt", "divide=700:1", 1, 700, 0},
+    {"TwoDividesEveryPageWithoutMeasuring", "divide=2", 2, 0, 0},
+    {"AFixedWidthKeepsAnEarlierMeasuringRequest", "divide=1|divide=700:1", 1, 612, 1},
+    {"MeasuresOnlyWhenTheLastWideModeIsOne", "divide=700:1|divide=2", 2, 700, 0},
+    // Values that are not width and something are the wide mode.
+    {"ThreePiecesAreTheWideMode", "divide=700:1:3", 700, 0, 0},
+    {"NoNumberIsWideModeZero", "divide=abc", 0, 0, 0},
+    {"NegativeWideMode", "divide=-3", -3, 0, 0},
+};
+
+class EntryDivide : public Entry, public testing::WithParamInterface<DivideCase> {};
+
+TEST_P(EntryDivide, SetsWideModeAndWidth) {
+    const DivideCase& c = GetParam();
+    const convert::QXAnnos& job = convertWith(c.items);
+    EXPECT_EQ(job.wideMode, c.wideMode);
+    EXPECT_EQ(job.divWidth, c.divWidth);
+    EXPECT_EQ(jobs_.detections.size(), c.measurements);
 }
 
-TEST_F(Entry, DivideWithAWidthFixesIt) {
-    const convert::QXAnnos& job = convertWith("divide=700:1");
-    EXPECT_EQ(job.wideMode, 1);
-    EXPECT_EQ(job.divWidth, 700);
-    EXPECT_TRUE(jobs_.detections.empty());
-}
-
-TEST_F(Entry, DivideTwoDividesEveryPageWithoutMeasuring) {
-    const convert::QXAnnos& job = convertWith("divide=2");
-    EXPECT_EQ(job.wideMode, 2);
-    EXPECT_EQ(job.divWidth, 0);
-    EXPECT_TRUE(jobs_.detections.empty());
-}
-
-TEST_F(Entry, DivideWithAFixedWidthKeepsAnEarlierMeasuringRequest) {
-    const convert::QXAnnos& job = convertWith("divide=1|divide=700:1");
-    EXPECT_EQ(job.wideMode, 1);
-    EXPECT_EQ(job.divWidth, 612);
-    EXPECT_EQ(jobs_.detections.size(), 1u);
-}
-
-TEST_F(Entry, DivideMeasuresOnlyWhenTheLastWideModeIsOne) {
-    const convert::QXAnnos& job = convertWith("divide=700:1|divide=2");
-    EXPECT_EQ(job.wideMode, 2);
-    EXPECT_EQ(job.divWidth, 700);
-    EXPECT_TRUE(jobs_.detections.empty());
-}
-
-TEST_F(Entry, DivideValuesThatAreNotWidthAndSomethingAreTheWideMode) {
-    EXPECT_EQ(convertWith("divide=700:1:3").wideMode, 700);
-    EXPECT_EQ(jobs_.conversion->divWidth, 0);
-    EXPECT_EQ(convertWith("divide=abc").wideMode, 0);
-    EXPECT_EQ(convertWith("divide=-3").wideMode, -3);
-    EXPECT_TRUE(jobs_.detections.empty());
-}
+INSTANTIATE_TEST_SUITE_P(Entry, EntryDivide, testing::ValuesIn(kDivideCases),
+                         [](const testing::TestParamInfo<DivideCase>& info) {
+                             return std::string(info.param.name);
+                         });
 
 TEST_F(Entry, MeasuringHappensBeforeTheSettingsAreChecked) {
     EXPECT_EQ(runB("input=/a.pdf|divide=1"), 0);
@@ -304,21 +281,34 @@ TEST_F(Entry, AspectRatioThatIsNoNumberIsZeroButStillCounts) {
     EXPECT_TRUE(job.isNewMode);
 }
 
-TEST_F(Entry, RightToLeftIsSetByNonZeroAndNeverCleared) {
-    EXPECT_TRUE(convertWith("d=2|r2l=1").isRight2Left);
-    EXPECT_TRUE(convertWith("d=2|r2l=-4").isRight2Left);
-    EXPECT_FALSE(convertWith("d=2|r2l=0").isRight2Left);
-    EXPECT_FALSE(convertWith("d=2|r2l=yes").isRight2Left);
-    EXPECT_TRUE(convertWith("d=2|r2l=1|r2l=0").isRight2Left);
-}
+// Items after "d=2|" and the switch they leave set or clear.
+struct SwitchCase {
+    const char* items;
+    bool convert::QXAnnos::*field;
+    bool expected;
+};
 
-TEST_F(Entry, Html5KeepsOnlyTheLowEightBits) {
-    EXPECT_FALSE(convertWith("d=2|html5=256").isHTML5Annotions);
-    EXPECT_TRUE(convertWith("d=2|html5=1").isHTML5Annotions);
-    EXPECT_TRUE(convertWith("d=2|html5=257").isHTML5Annotions);
-    EXPECT_TRUE(convertWith("d=2|html5=-1").isHTML5Annotions);
-    EXPECT_FALSE(convertWith("d=2|html5=abc").isHTML5Annotions);
-    EXPECT_FALSE(convertWith("d=2|html5=1|html5=256").isHTML5Annotions);
+TEST_F(Entry, SwitchItems) {
+    using convert::QXAnnos;
+    const SwitchCase cases[] = {
+        // Right to left is set by a non-zero number and never cleared.
+        {"r2l=1", &QXAnnos::isRight2Left, true},
+        {"r2l=-4", &QXAnnos::isRight2Left, true},
+        {"r2l=0", &QXAnnos::isRight2Left, false},
+        {"r2l=yes", &QXAnnos::isRight2Left, false},
+        {"r2l=1|r2l=0", &QXAnnos::isRight2Left, true},
+        // HTML5 keeps only the low eight bits.
+        {"html5=256", &QXAnnos::isHTML5Annotions, false},
+        {"html5=1", &QXAnnos::isHTML5Annotions, true},
+        {"html5=257", &QXAnnos::isHTML5Annotions, true},
+        {"html5=-1", &QXAnnos::isHTML5Annotions, true},
+        {"html5=abc", &QXAnnos::isHTML5Annotions, false},
+        {"html5=1|html5=256", &QXAnnos::isHTML5Annotions, false},
+    };
+    for (const SwitchCase& c : cases) {
+        SCOPED_TRACE(c.items);
+        EXPECT_EQ(convertWith(std::string("d=2|") + c.items).*c.field, c.expected);
+    }
 }
 
 TEST_F(Entry, TextToLinkTypeWordsAndNumbers) {
@@ -399,14 +389,36 @@ TEST_F(Entry, EmptyValuesAreValues) {
 
 // --- -b: stop flag ---
 
-TEST_F(Entry, ConversionSeesTheHostsStopRequest) {
-    testsupport::HostStopFlag host(dir_.path(), "job-1");
+// Either job, given the identifier of a flag the host has raised, sees the stop request; the
+// flag is closed again and its file left to the host.
+struct StopCase {
+    const char* name;
+    const char* mode;
+    const char* items;
+    const char* identifier;
+};
+
+const StopCase kStopCases[] = {
+    {"Conversion", "-b", "input=/i|output=/o|range=1|d=2|id=job-1", "job-1"},
+    {"TextLink", "-a", "input=/a.pdf|range=1|identifier=t1", "t1"},
+};
+
+class EntryStop : public Entry, public testing::WithParamInterface<StopCase> {};
+
+TEST_P(EntryStop, JobSeesTheHostsStopRequest) {
+    const StopCase& c = GetParam();
+    testsupport::HostStopFlag host(dir_.path(), c.identifier);
     host.set();
-    EXPECT_EQ(runB("input=/i|output=/o|range=1|d=2|id=job-1"), 0);
+    EXPECT_EQ(run({c.mode, encodeArgumentCodes(c.items)}), 0);
     EXPECT_EQ(jobs_.stopWasSet, true);
     EXPECT_EQ(frontend::gShareMemoryFile, -1);
     EXPECT_TRUE(fs::exists(host.path()));
 }
+
+INSTANTIATE_TEST_SUITE_P(Entry, EntryStop, testing::ValuesIn(kStopCases),
+                         [](const testing::TestParamInfo<StopCase>& info) {
+                             return std::string(info.param.name);
+                         });
 
 TEST_F(Entry, ConversionWithoutIdentifierNeverStops) {
     testsupport::HostStopFlag host(dir_.path(), "");
@@ -423,52 +435,108 @@ TEST_F(Entry, ConversionOpensTheFlagFileOfItsIdentifier) {
 
 // --- -a: encoded settings ---
 
-TEST_F(Entry, TextLinkDefaults) {
-    EXPECT_EQ(runA("input=/a.pdf|range=1-3"), 0);
+// -a command lines that end at once with status 0 and no output at all.
+std::vector<Lines> silentTextLinkCommandLines() {
+    return {
+        {"-a", encodeArgumentCodes("input=/a.pdf")},  // without input or range
+        {"-a", encodeArgumentCodes("range=1")},
+        {"-a", encodeArgumentCodes("input=/a.pdf|password=x|type=2")},
+        {"-a", encodeArgumentCodes("")},
+        {"-a", "ohkV5"},  // undecodable settings
+        {"-a", ""},
+        {"-a", "12345678\xFF"},
+        {"-a", encodeArgumentCodes("input=/a.pdf|range=1|type=0")},  // type 0 ends at once
+        {"-a", encodeArgumentCodes("t=0|input=/a.pdf|range=1")},
+        {"-a", encodeArgumentCodes("input=/a.pdf|range=1|type=abc")},
+    };
+}
+
+TEST_F(Entry, TextLinkCommandLinesThatDoNothing) {
+    for (const Lines& arguments : silentTextLinkCommandLines()) {
+        SCOPED_TRACE(testing::PrintToString(arguments));
+        EXPECT_EQ(run(arguments), 0);
+        expectNothing();
+    }
+}
+
+// -a command lines, encoded or positional, and the properties the job gets. Without an
+// identifier no flag file is made; with the flag of raisedFlag raised by the host the job sees
+// the stop request.
+struct TextLinkCase {
+    const char* name;
+    Lines arguments;
+    std::string pdfFile;
+    std::string pageRange;
+    std::optional<std::string> password;
+    int parseType;
+    std::optional<std::string> taskID;
+    const char* raisedFlag = nullptr;
+};
+
+std::vector<TextLinkCase> textLinkCases() {
+    return {
+        {"Defaults",
+         {"-a", encodeArgumentCodes("input=/a.pdf|range=1-3")},
+         "/a.pdf",
+         "1-3",
+         std::nullopt,
+         3,
+         std::nullopt},
+        {"AliasesAndEscapes",
+         {"-a", encodeArgumentCodes("I=/a:7C:b:3D:.pdf|r=ALL|p=pw|t=2|id=x")},
+         "/a|b=.pdf",
+         "ALL",
+         "pw",
+         2,
+         "x"},
+        {"PositionalPathAndRange",
+         {"-a", "file.pdf", "1-3"},
+         "file.pdf",
+         "1-3",
+         std::nullopt,
+         3,
+         std::nullopt},
+        {"PositionalEverything",
+         {"-a", "a:7C:b.pdf", "2,4", "pw", "2", "p9", "ignored"},
+         "a:7C:b.pdf",
+         "2,4",
+         "pw",
+         2,
+         "p9",
+         "p9"},
+        {"PositionalTypeZeroStillRuns",
+         {"-a", "f.pdf", "1", "", "0"},
+         "f.pdf",
+         "1",
+         "",
+         0,
+         std::nullopt},
+    };
+}
+
+class EntryTextLink : public Entry, public testing::WithParamInterface<TextLinkCase> {};
+
+TEST_P(EntryTextLink, SetsTheJobsProperties) {
+    const TextLinkCase& c = GetParam();
+    std::optional<testsupport::HostStopFlag> host;
+    if (c.raisedFlag != nullptr) host.emplace(dir_.path(), c.raisedFlag).set();
+    EXPECT_EQ(run(c.arguments), 0);
     ASSERT_TRUE(jobs_.textLink);
-    EXPECT_EQ(jobs_.textLink->pdfFile, "/a.pdf");
-    EXPECT_EQ(jobs_.textLink->pageRange, "1-3");
-    EXPECT_EQ(jobs_.textLink->password, std::nullopt);
-    EXPECT_EQ(jobs_.textLink->parseType, 3);
-    EXPECT_EQ(jobs_.textLink->taskID, std::nullopt);
-    EXPECT_EQ(jobs_.stopWasSet, false);
+    EXPECT_EQ(jobs_.textLink->pdfFile, c.pdfFile);
+    EXPECT_EQ(jobs_.textLink->pageRange, c.pageRange);
+    EXPECT_EQ(jobs_.textLink->password, c.password);
+    EXPECT_EQ(jobs_.textLink->parseType, c.parseType);
+    EXPECT_EQ(jobs_.textLink->taskID, c.taskID);
+    EXPECT_EQ(jobs_.stopWasSet, c.raisedFlag != nullptr);
     EXPECT_TRUE(reporter_.outLines.empty());
     EXPECT_EQ(reporter_.logLines, Lines{"text-to-link ran"});
+    if (!c.taskID) EXPECT_TRUE(fs::is_empty(dir_.path()));
 }
 
-TEST_F(Entry, TextLinkAliasesAndEscapes) {
-    EXPECT_EQ(runA("I=/a:7C:b:3D:.pdf|r=ALL|p=pw|t=2|id=x"), 0);
-    ASSERT_TRUE(jobs_.textLink);
-    EXPECT_EQ(jobs_.textLink->pdfFile, "/a|b=.pdf");
-    EXPECT_EQ(jobs_.textLink->pageRange, "ALL");
-    EXPECT_EQ(jobs_.textLink->password, "pw");
-    EXPECT_EQ(jobs_.textLink->parseType, 2);
-    EXPECT_EQ(jobs_.textLink->taskID, "x");
-}
-
-TEST_F(Entry, TextLinkWithoutInputOrRangeDoesNothing) {
-    for (const char* items : {"input=/a.pdf", "range=1", "input=/a.pdf|password=x|type=2", ""}) {
-        SCOPED_TRACE(items);
-        EXPECT_EQ(runA(items), 0);
-        expectNothing();
-    }
-}
-
-TEST_F(Entry, TextLinkWithUndecodableSettingsDoesNothing) {
-    for (const char* codes : {"ohkV5", "", "12345678\xFF"}) {
-        EXPECT_EQ(run({"-a", codes}), 0);
-        expectNothing();
-    }
-}
-
-TEST_F(Entry, TextLinkTypeZeroEndsAtOnce) {
-    for (const char* items : {"input=/a.pdf|range=1|type=0", "t=0|input=/a.pdf|range=1",
-                              "input=/a.pdf|range=1|type=abc"}) {
-        SCOPED_TRACE(items);
-        EXPECT_EQ(runA(items), 0);
-        expectNothing();
-    }
-}
+INSTANTIATE_TEST_SUITE_P(Entry, EntryTextLink, testing::ValuesIn(textLinkCases()),
+                         [](const testing::TestParamInfo<TextLinkCase>& info) {
+                             return std::string(info.param.name);
+                         });
 
 TEST_F(Entry, TextLinkTypeTakesAnyOtherNumber) {
     EXPECT_EQ(runA("input=/a.pdf|range=1|type=-1"), 0);
@@ -489,47 +557,6 @@ TEST_F(Entry, TextLinkExitsZeroWhateverTheJobDoes) {
     EXPECT_EQ(runA("input=/missing.pdf|range=1"), 0);
 }
 
-TEST_F(Entry, TextLinkSeesTheHostsStopRequest) {
-    testsupport::HostStopFlag host(dir_.path(), "t1");
-    host.set();
-    EXPECT_EQ(runA("input=/a.pdf|range=1|identifier=t1"), 0);
-    EXPECT_EQ(jobs_.stopWasSet, true);
-    EXPECT_EQ(frontend::gShareMemoryFile, -1);
-    EXPECT_TRUE(fs::exists(host.path()));
-}
-
 // --- -a: positional arguments ---
-
-TEST_F(Entry, TextLinkPositionalPathAndRange) {
-    EXPECT_EQ(run({"-a", "file.pdf", "1-3"}), 0);
-    ASSERT_TRUE(jobs_.textLink);
-    EXPECT_EQ(jobs_.textLink->pdfFile, "file.pdf");
-    EXPECT_EQ(jobs_.textLink->pageRange, "1-3");
-    EXPECT_EQ(jobs_.textLink->password, std::nullopt);
-    EXPECT_EQ(jobs_.textLink->parseType, 3);
-    EXPECT_EQ(jobs_.textLink->taskID, std::nullopt);
-    EXPECT_EQ(jobs_.stopWasSet, false);
-    EXPECT_TRUE(fs::is_empty(dir_.path()));
-}
-
-TEST_F(Entry, TextLinkPositionalEverything) {
-    testsupport::HostStopFlag host(dir_.path(), "p9");
-    host.set();
-    EXPECT_EQ(run({"-a", "a:7C:b.pdf", "2,4", "pw", "2", "p9", "ignored"}), 0);
-    ASSERT_TRUE(jobs_.textLink);
-    EXPECT_EQ(jobs_.textLink->pdfFile, "a:7C:b.pdf");
-    EXPECT_EQ(jobs_.textLink->pageRange, "2,4");
-    EXPECT_EQ(jobs_.textLink->password, "pw");
-    EXPECT_EQ(jobs_.textLink->parseType, 2);
-    EXPECT_EQ(jobs_.textLink->taskID, "p9");
-    EXPECT_EQ(jobs_.stopWasSet, true);
-}
-
-TEST_F(Entry, TextLinkPositionalTypeZeroStillRuns) {
-    EXPECT_EQ(run({"-a", "f.pdf", "1", "", "0"}), 0);
-    ASSERT_TRUE(jobs_.textLink);
-    EXPECT_EQ(jobs_.textLink->password, "");
-    EXPECT_EQ(jobs_.textLink->parseType, 0);
-}
 
 }  // namespace

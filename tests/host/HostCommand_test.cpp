@@ -24,6 +24,8 @@ const std::string kUsage =
     "usage: pdfannotations-host encode TEXT\n"
     "       pdfannotations-host decode CODES\n"
     "       pdfannotations-host run -b|-a KEY=VALUE...\n"
+    "       pdfannotations-host batch [--jobs N] [--resume|--resume-failed]\n"
+    "                                 [--sshloginfile FILE] JOBS.tsv\n"
     "       pdfannotations-host stop ID\n"
     "       pdfannotations-host listen\n"
     "       pdfannotations-host preview BOOK.pdf [XML...] [--page N] [--password PW] [--r2l]\n"

@@ -2,27 +2,60 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
 namespace host {
 namespace {
 
-TEST(SettingsText, JoinsItemsInTheOrderSet) {
+// Items set in order, then the settings text (nullptr: not looked at) and values looked up.
+struct ItemsCase {
+    const char* name;
+    std::vector<std::pair<std::string, std::string>> items;
+    const char* text;
+    std::vector<std::pair<std::string, std::optional<std::string>>> values;
+};
+
+const ItemsCase kItemsCases[] = {
+    {"JoinsItemsInTheOrderSet",
+     {{"input", "book.pdf"}, {"output", "out"}, {"range", "1-3"}, {"divide", "1"}},
+     "input=book.pdf|output=out|range=1-3|divide=1",
+     {}},
+    {"EscapesBarAndEqualsInPathValues",
+     {{"input", "/books/a|b=c.pdf"}, {"O", "/out/x=|y"}, {"i", "p|q"}},
+     "input=/books/a:7C:b:3D:c.pdf|O=/out/x:3D::7C:y|i=p:7C:q",
+     {{"input", "p|q"}, {"output", "/out/x=|y"}}},
+    {"SettingAKeyAgainKeepsItsPlace",
+     {{"range", "1"}, {"divide", "1"}, {"RANGE", "ALL"}},
+     "range=ALL|divide=1",
+     {}},
+    {"ValueFindsEitherSpellingAndTheLaterItemWins",
+     {{"id", "7"}, {"r", "2-4"}, {"range", "5"}},
+     nullptr,
+     {{"identifier", "7"},
+      {"ID", "7"},
+      {"r", "5"},
+      {"password", std::nullopt},
+      {"aspect_ratio", std::nullopt}}},
+    {"UnknownKeysTravelAsGiven", {{"Colour", "blue"}}, "Colour=blue", {{"colour", "blue"}}},
+};
+
+class SettingsItems : public testing::TestWithParam<ItemsCase> {};
+
+TEST_P(SettingsItems, GiveTheTextAndValues) {
+    const ItemsCase& c = GetParam();
     SettingsText settings;
-    ASSERT_TRUE(settings.set("input", "book.pdf"));
-    ASSERT_TRUE(settings.set("output", "out"));
-    ASSERT_TRUE(settings.set("range", "1-3"));
-    ASSERT_TRUE(settings.set("divide", "1"));
-    EXPECT_EQ(settings.text(), "input=book.pdf|output=out|range=1-3|divide=1");
+    for (const auto& [key, value] : c.items) ASSERT_TRUE(settings.set(key, value));
+    if (c.text != nullptr) EXPECT_EQ(settings.text(), c.text);
+    for (const auto& [key, value] : c.values) EXPECT_EQ(settings.value(key), value) << key;
 }
 
-TEST(SettingsText, EscapesBarAndEqualsInPathValues) {
-    SettingsText settings;
-    ASSERT_TRUE(settings.set("input", "/books/a|b=c.pdf"));
-    ASSERT_TRUE(settings.set("O", "/out/x=|y"));
-    ASSERT_TRUE(settings.set("i", "p|q"));
-    EXPECT_EQ(settings.text(), "input=/books/a:7C:b:3D:c.pdf|O=/out/x:3D::7C:y|i=p:7C:q");
-    EXPECT_EQ(settings.value("input"), "p|q");
-    EXPECT_EQ(settings.value("output"), "/out/x=|y");
-}
+INSTANTIATE_TEST_SUITE_P(SettingsText, SettingsItems, testing::ValuesIn(kItemsCases),
+                         [](const testing::TestParamInfo<ItemsCase>& info) {
+                             return std::string(info.param.name);
+                         });
 
 TEST(SettingsText, RefusesWhatTheWorkerCouldNotReadBack) {
     SettingsText settings;
@@ -41,33 +74,6 @@ TEST(SettingsText, RefusesWhatTheWorkerCouldNotReadBack) {
                   "a setting's key must be neither empty nor hold \"|\" or \"=\"");
     }
     EXPECT_EQ(settings.text(), "");
-}
-
-TEST(SettingsText, SettingAKeyAgainKeepsItsPlace) {
-    SettingsText settings;
-    ASSERT_TRUE(settings.set("range", "1"));
-    ASSERT_TRUE(settings.set("divide", "1"));
-    ASSERT_TRUE(settings.set("RANGE", "ALL"));
-    EXPECT_EQ(settings.text(), "range=ALL|divide=1");
-}
-
-TEST(SettingsText, ValueFindsEitherSpellingAndTheLaterItemWins) {
-    SettingsText settings;
-    ASSERT_TRUE(settings.set("id", "7"));
-    ASSERT_TRUE(settings.set("r", "2-4"));
-    ASSERT_TRUE(settings.set("range", "5"));
-    EXPECT_EQ(settings.value("identifier"), "7");
-    EXPECT_EQ(settings.value("ID"), "7");
-    EXPECT_EQ(settings.value("r"), "5");
-    EXPECT_EQ(settings.value("password"), std::nullopt);
-    EXPECT_EQ(settings.value("aspect_ratio"), std::nullopt);
-}
-
-TEST(SettingsText, UnknownKeysTravelAsGiven) {
-    SettingsText settings;
-    ASSERT_TRUE(settings.set("Colour", "blue"));
-    EXPECT_EQ(settings.text(), "Colour=blue");
-    EXPECT_EQ(settings.value("colour"), "blue");
 }
 
 TEST(SettingsText, MissingForNamesTheFirstRequiredSettingMissing) {

@@ -13,7 +13,9 @@
 
 #include <cstdio>
 
+#include "robustness/Books.h"
 #include "robustness/ToolJobs.h"
+#include "support/CorpusManifest.h"
 #include "support/TempDir.h"
 
 namespace {
@@ -68,21 +70,23 @@ TEST_F(HostilePdfs, HugeAnnotationArrays) {
 
 TEST_F(HostilePdfs, InflationBombs) { runCases(inflationBombs()); }
 
-// A real RC4 file with an empty user password, its offsets 7 bytes off: the engine repairs it,
-// and -a, which cannot append to a repaired file, writes it anew. That rewrite once gave a file
-// whose encryption no longer matched its key, which no reader could open.
-TEST_F(HostilePdfs, RepairedEncryptedRealFile) {
-    const std::string file =
-        readBytes(fs::path(PDFA_CORPUS_DIR) / "pdfminer-issue-00352-hash-twos-complement.pdf");
+// An RC4 file with an empty user password, its offsets 7 bytes off: the engine repairs it, and
+// -a, which cannot append to a repaired file, writes it anew. That rewrite once gave a file whose
+// encryption no longer matched its key, which no reader could open.
+TEST_F(HostilePdfs, RepairedEncryptedFile) {
+    linkBook(3).writeEncrypted(dir_.path() / "encrypted.pdf", "", "owner", "rc4-128");
+    const std::string file = readBytes(dir_.path() / "encrypted.pdf");
     ASSERT_FALSE(file.empty());
     runCases({{"offsets 7 bytes off", file.substr(0, 9) + "%shift\n" + file.substr(9)}});
 }
 
 // A real file cut at 1 MiB, in the middle of its object streams: the engine's repair reloaded
 // an object stream for every object packed in it, and opening took over ten minutes. The open
-// now gives up after a few readings of the file.
+// now gives up after a few readings of the file. The file is the shared corpus's: a stream
+// written here and cut the same way opens at once, so the test needs the corpus.
 TEST_F(HostilePdfs, TruncatedObjectStreams) {
-    const std::string file = readBytes(fs::path(PDFA_CORPUS_DIR) / "pdfjs-bug1978317.pdf");
+    PDFA_SKIP_WITHOUT_CORPUS();
+    const std::string file = readBytes(testsupport::corpusDir() / "pdfjs-bug1978317.pdf");
     ASSERT_GT(file.size(), 1u << 20);
     const std::string cut = file.substr(0, 1u << 20);
     ASSERT_TRUE(writeBytes(dir_.path() / "cut.pdf", cut));

@@ -26,9 +26,16 @@ std::optional<std::string> passwordField(const std::string& field) {
 
 }  // namespace
 
-std::filesystem::path CorpusFile::path() const {
-    return std::filesystem::path(PDFA_CORPUS_DIR) / file;
+std::filesystem::path corpusDir() { return std::filesystem::path(PDFA_CORPUS_DIR); }
+
+bool corpusPresent() { return std::filesystem::is_regular_file(corpusDir() / "MANIFEST.tsv"); }
+
+std::string corpusAbsentMessage() {
+    return "corpus not found at " + corpusDir().lexically_normal().string() +
+           " (no MANIFEST.tsv); configure with -DPDFA_CORPUS_DIR=<folder> to run this test";
 }
+
+std::filesystem::path CorpusFile::path() const { return corpusDir() / file; }
 
 bool CorpusFile::isDamaged() const {
     return ("," + categories + ",").find(",damaged,") != std::string::npos;
@@ -37,7 +44,7 @@ bool CorpusFile::isDamaged() const {
 int CorpusFile::pageCount() const { return std::atoi(pages.c_str()); }
 
 std::vector<CorpusFile> readCorpusManifest() {
-    std::ifstream in(std::string(PDFA_CORPUS_DIR) + "/MANIFEST.tsv");
+    std::ifstream in(corpusDir() / "MANIFEST.tsv");
     std::string line;
     std::getline(in, line);
     const std::vector<std::string> header = splitTabs(line);
@@ -57,6 +64,15 @@ std::vector<CorpusFile> readCorpusManifest() {
     }
     return files;
 }
+
+std::vector<CorpusFile> corpusCases() {
+    if (corpusPresent()) return readCorpusManifest();
+    CorpusFile placeholder;
+    placeholder.file = "corpus not found";
+    return {placeholder};
+}
+
+void PrintTo(const CorpusFile& file, std::ostream* out) { *out << file.file; }
 
 std::string corpusTestName(const ::testing::TestParamInfo<CorpusFile>& info) {
     std::string name = std::to_string(info.index) + "_";

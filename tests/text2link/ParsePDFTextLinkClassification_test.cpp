@@ -1,5 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <utility>
+
 #include "platform/ICUText.h"
 #include "text2link/ParsePDFTextLink.h"
 
@@ -34,23 +39,45 @@ TEST(ParsePDFTextLinkInit, DomainKeysInTheirWrittenOrder) {
     EXPECT_EQ(joined.find(u"|go|"), std::u16string::npos);
 }
 
+// Texts of one answer each, asked of a job with its default keys.
+struct TextCase {
+    std::u16string text;
+    bool expected;
+};
+
 TEST(ParsePDFTextLinkHasSchume, AnywhereButCaseSensitive) {
+    const TextCase cases[] = {
+        {u"see http://x", true},
+        {u"tel:1", true},
+        {u"HTTP://X.ORG", false},
+        {u"", false},
+    };
     ParsePDFTextLink job;
-    EXPECT_TRUE(job.hasSchume(u"see http://x"));
-    EXPECT_TRUE(job.hasSchume(u"tel:1"));
-    EXPECT_FALSE(job.hasSchume(u"HTTP://X.ORG"));
-    EXPECT_FALSE(job.hasSchume(u""));
+    for (const TextCase& c : cases) EXPECT_EQ(job.hasSchume(c.text), c.expected) << utf8(c.text);
     job.schumeKeys.clear();
     EXPECT_FALSE(job.hasSchume(u"http://x"));
 }
 
-TEST(ParsePDFTextLinkIsURLString, UpperCaseSchemeIsNoURL) {
-    EXPECT_FALSE(ParsePDFTextLink().isURLString(u"HTTP://X.ORG"));
+TEST(ParsePDFTextLinkIsURLString, DefaultKeys) {
+    const TextCase cases[] = {
+        {u"HTTP://X.ORG", false},  // an upper-case scheme is no URL
+        {u"awww.site", true},      // "www." after a letter falls through to the domains: "si"
+        {u"version 1.2", false},
+        {u"a.tv", true},
+        {u"mail.google", false},
+        {u"x.community", true},
+        {u"file.index", true},
+        {u"a.TV", false},
+        {u"", false},
+    };
+    ParsePDFTextLink job;
+    for (const TextCase& c : cases) {
+        EXPECT_EQ(job.isURLString(c.text), c.expected) << utf8(c.text);
+    }
 }
 
 TEST(ParsePDFTextLinkIsURLString, WwwAfterALetterFallsThroughToDomains) {
     ParsePDFTextLink job;
-    EXPECT_TRUE(job.isURLString(u"awww.site"));  // ".si" is the key si
     job.domainKeys.erase(std::find(job.domainKeys.begin(), job.domainKeys.end(), u"si"));
     EXPECT_FALSE(job.isURLString(u"awww.site"));
     EXPECT_TRUE(job.isURLString(u"(www.site"));
@@ -58,15 +85,8 @@ TEST(ParsePDFTextLinkIsURLString, WwwAfterALetterFallsThroughToDomains) {
     EXPECT_TRUE(job.isURLString(u"\u4E2Dwww.site"));  // no ASCII letter before "www."
 }
 
-TEST(ParsePDFTextLinkIsURLString, DomainRule) {
+TEST(ParsePDFTextLinkIsURLString, NoDomainKeysNoDomainRule) {
     ParsePDFTextLink job;
-    EXPECT_FALSE(job.isURLString(u"version 1.2"));
-    EXPECT_TRUE(job.isURLString(u"a.tv"));
-    EXPECT_FALSE(job.isURLString(u"mail.google"));
-    EXPECT_TRUE(job.isURLString(u"x.community"));
-    EXPECT_TRUE(job.isURLString(u"file.index"));
-    EXPECT_FALSE(job.isURLString(u"a.TV"));
-    EXPECT_FALSE(job.isURLString(u""));
     job.domainKeys.clear();
     EXPECT_FALSE(job.isURLString(u"a.tv"));
 }
@@ -111,53 +131,53 @@ TEST(ParsePDFTextLinkIsPhoneNumber, SeparatorClassIsTheRangeCommaToUnderscore) {
 }
 
 TEST(ParsePDFTextLinkFixPhoneString, DigitsAfterTel) {
+    const std::pair<std::u16string, std::optional<std::u16string>> cases[] = {
+        {u"tel:", std::nullopt},
+        {u"tel:+1 (555) 010", u"tel:1555010"},
+        {u"call us", std::nullopt},
+        {u"+86 (10) 1234-5678", u"tel:861012345678"},
+        {u"12 tel:34 tel:56", u"tel:3456"},
+        {u"tel:x", std::nullopt},
+        {u"", std::nullopt},
+        {u"\uFF11 2", u"tel:2"},  // only ASCII digits
+    };
     ParsePDFTextLink job;
-    EXPECT_EQ(job.fixPhoneString(u"tel:"), std::nullopt);
-    EXPECT_EQ(job.fixPhoneString(u"tel:+1 (555) 010"), u"tel:1555010");
-    EXPECT_EQ(job.fixPhoneString(u"call us"), std::nullopt);
-    EXPECT_EQ(job.fixPhoneString(u"+86 (10) 1234-5678"), u"tel:861012345678");
-    EXPECT_EQ(job.fixPhoneString(u"12 tel:34 tel:56"), u"tel:3456");
-    EXPECT_EQ(job.fixPhoneString(u"tel:x"), std::nullopt);
-    EXPECT_EQ(job.fixPhoneString(u""), std::nullopt);
-    EXPECT_EQ(job.fixPhoneString(u"\uFF11 2"), u"tel:2");  // only ASCII digits
+    for (const auto& [text, expected] : cases) {
+        EXPECT_EQ(job.fixPhoneString(text), expected) << utf8(text);
+    }
 }
 
 TEST(ParsePDFTextLinkFixURLString, Examples) {
+    const std::pair<std::u16string, std::u16string> cases[] = {
+        {u"", u""},
+        {u" http://x", u"http://x"},
+        {u"http://x y", u"http://x"},
+        {u"Visit www.example.org, today", u"www.example.org,"},
+        {u"Visit:www.example.org", u"Visit:www.example.org"},
+        {u"(http://a.b/c?d=1)", u"http://a.b/c?d=1)"},
+        {u"http://www.x.org", u"http://www.x.org"},
+        // Later scheme keys override earlier ones: "http:" is tried after "ftp:", so its
+        // position wins though it comes later in the text.
+        {u"a ftp://f b http://h", u"http://h"},
+        // "tel:" is the last key; at position 0 it changes nothing.
+        {u"tel:1 http://h", u"http://h"},
+        // The "www." position is applied to the cut text: cut at "http:" (2) to
+        // "http://x www.y"; then "www." found at 11 of the whole text cuts that at 11.
+        {u"a http://x www.y", u"w.y"},
+        // The "www." position lies past the end of the text cut at "ftp:": nothing is left.
+        {u"abcdefgh www.x ftp:", u""},
+        // The run of URL characters.
+        {u"a_b!z{c", u"a_b!z"},
+        {u"abc#frag", u"abc"},
+        {u"a%20b", u"a"},
+        {u"x~y", u"x"},
+        {u"x\u4E2Dy", u"x"},
+        {u"[x]", u""},
+        {u"`x", u""},
+        {u"\\x^", u""},
+    };
     ParsePDFTextLink job;
-    EXPECT_EQ(job.fixURLString(u""), u"");
-    EXPECT_EQ(job.fixURLString(u" http://x"), u"http://x");
-    EXPECT_EQ(job.fixURLString(u"http://x y"), u"http://x");
-    EXPECT_EQ(job.fixURLString(u"Visit www.example.org, today"), u"www.example.org,");
-    EXPECT_EQ(job.fixURLString(u"Visit:www.example.org"), u"Visit:www.example.org");
-    EXPECT_EQ(job.fixURLString(u"(http://a.b/c?d=1)"), u"http://a.b/c?d=1)");
-    EXPECT_EQ(job.fixURLString(u"http://www.x.org"), u"http://www.x.org");
-}
-
-TEST(ParsePDFTextLinkFixURLString, LaterSchemeKeysOverrideEarlierOnes) {
-    ParsePDFTextLink job;
-    // "http:" is tried after "ftp:", so its position wins though it comes later in the text.
-    EXPECT_EQ(job.fixURLString(u"a ftp://f b http://h"), u"http://h");
-    // "tel:" is the last key; at position 0 it changes nothing.
-    EXPECT_EQ(job.fixURLString(u"tel:1 http://h"), u"http://h");
-}
-
-TEST(ParsePDFTextLinkFixURLString, WwwPositionIsAppliedToTheCutText) {
-    ParsePDFTextLink job;
-    // Cut at "http:" (2) to "http://x www.y"; then "www." found at 11 of the whole text cuts
-    // that at 11.
-    EXPECT_EQ(job.fixURLString(u"a http://x www.y"), u"w.y");
-    // The "www." position lies past the end of the text cut at "ftp:": nothing is left.
-    EXPECT_EQ(job.fixURLString(u"abcdefgh www.x ftp:"), u"");
-}
-
-TEST(ParsePDFTextLinkFixURLString, RunOfURLCharacters) {
-    ParsePDFTextLink job;
-    EXPECT_EQ(job.fixURLString(u"a_b!z{c"), u"a_b!z");
-    EXPECT_EQ(job.fixURLString(u"abc#frag"), u"abc");
-    EXPECT_EQ(job.fixURLString(u"a%20b"), u"a");
-    EXPECT_EQ(job.fixURLString(u"x~y"), u"x");
-    EXPECT_EQ(job.fixURLString(u"x\u4E2Dy"), u"x");
-    EXPECT_EQ(job.fixURLString(u"[x]"), u"");
-    EXPECT_EQ(job.fixURLString(u"`x"), u"");
-    EXPECT_EQ(job.fixURLString(u"\\x^"), u"");
+    for (const auto& [text, expected] : cases) {
+        EXPECT_EQ(job.fixURLString(text), expected) << utf8(text);
+    }
 }
