@@ -1,5 +1,6 @@
 #include "frontend/Entry.h"
 
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -40,15 +41,18 @@ std::int64_t runConversion(Arguments arguments, platform::Reporter& reporter, Jo
     const std::optional<std::string> items = decodeArgumentCodes(arguments[1]);
     if (!items) return showUsage(arguments, reporter, jobs);
     ConversionSettings settings = readConversionSettings(*items);
+    // The measurement opens the document, which the host may want to stop; the flag is opened
+    // first for a job that will run.
+    std::optional<JobStopFlag> stop;
+    if (settings.isComplete()) stop.emplace(settings.taskID);
     // Measured before completeness is checked, as the host has always seen it.
     if (settings.needsWidthDetection()) {
         settings.divWidth = jobs.detectWidePageForFile(settings.inputFile, settings.password);
     }
-    if (!settings.isComplete()) return showUsage(arguments, reporter, jobs);
-    const JobStopFlag stop(settings.taskID);
+    if (!stop) return showUsage(arguments, reporter, jobs);
     // The job part alone goes on; what the reading noted stays here.
     convert::QXAnnos job = settings;
-    return jobs.parseAnnosToXML(job, stop.flag(), reporter);
+    return jobs.parseAnnosToXML(job, stop->flag(), reporter);
 }
 
 // -a CODES, or -a PDF RANGE [PASSWORD [TYPE [ID]]]

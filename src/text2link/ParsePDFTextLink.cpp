@@ -98,7 +98,7 @@ bool unlockDocument(platform::Document& document, const std::optional<std::strin
 void ParsePDFTextLink::parse(const platform::StopFlag& stop, platform::Reporter& reporter) {
     std::error_code error;
     if (!std::filesystem::exists(pdfFile, error)) return;
-    auto opened = platform::Document::open(pdfFile);
+    auto opened = platform::Document::open(pdfFile, stop);
     if (!opened) return;
     platform::Document& document = opened.value();
     if (!unlockDocument(document, password)) return;
