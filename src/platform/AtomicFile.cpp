@@ -25,10 +25,19 @@ mode_t newFilePermissions() {
     return permissions;
 }
 
-mode_t permissionsFor(const std::string& path) {
+// The replaced file's owner, group and permission bits go to the file that replaces it; a new
+// target gets what the umask allows. Owner and group are set only when they differ, as only
+// root may give a file away; the permission bits come after them, which may clear set-id bits.
+bool takeOverOwnership(int fd, const std::string& target) {
     struct stat existing {};
-    if (::stat(path.c_str(), &existing) == 0) return existing.st_mode & 07777;
-    return newFilePermissions();
+    if (::stat(target.c_str(), &existing) != 0) return ::fchmod(fd, newFilePermissions()) == 0;
+    struct stat own {};
+    if (::fstat(fd, &own) != 0) return false;
+    if ((own.st_uid != existing.st_uid || own.st_gid != existing.st_gid) &&
+        ::fchown(fd, existing.st_uid, existing.st_gid) != 0) {
+        return false;
+    }
+    return ::fchmod(fd, existing.st_mode & 07777) == 0;
 }
 
 std::filesystem::path folderOf(const std::string& path) {
@@ -78,7 +87,7 @@ SiblingFile::~SiblingFile() {
 }
 
 Status SiblingFile::placeOverTarget(bool durable) {
-    if (::fchmod(fd_, permissionsFor(target_)) != 0 || (durable && ::fsync(fd_) != 0)) {
+    if (!takeOverOwnership(fd_, target_) || (durable && ::fsync(fd_) != 0)) {
         return systemError("cannot finish", path_, errno);
     }
     if (::close(fd_) != 0) {

@@ -24,9 +24,10 @@ public:
     int& fd() { return fd_; }
     const std::string& path() const { return path_; }
 
-    // Gives the file the target's permission bits (a new target: what the umask allows) and
-    // renames it over the target. durable also flushes the file and the rename to disk first,
-    // for content that cannot be made again.
+    // Gives the file the target's owner, group and permission bits (a new target: what the
+    // umask allows) and renames it over the target; fails, leaving the target as it was, when
+    // the owner or group cannot be kept. durable also flushes the file and the rename to disk
+    // first, for content that cannot be made again.
     Status placeOverTarget(bool durable);
 
 private:

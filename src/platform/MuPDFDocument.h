@@ -72,7 +72,9 @@ public:
     // Appends a link annotation to the page; the document is changed in memory only.
     Status addLink(int index, const Rect& bounds, const std::optional<std::string>& url);
     // Writes the document to path: to a temporary file beside it, then renamed over it, keeping
-    // the file's permissions and encryption; incremental where the document allows it.
+    // the file's owner, group, permissions and encryption; incremental where the document allows
+    // it. Fails, leaving path as it was, when path has several names (hard links) or its owner
+    // or group cannot be kept.
     Status save(const std::string& path);
 
 private:
