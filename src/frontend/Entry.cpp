@@ -4,6 +4,7 @@
 #include <span>
 #include <string_view>
 
+#include "frontend/JobStop.h"
 #include "frontend/Settings.h"
 #include "frontend/TarnShareMemory.h"
 #include "frontend/Usage.h"
@@ -14,8 +15,8 @@ namespace {
 
 using Arguments = std::span<const std::string>;
 
-// The host's stop flag for one job: opened before the job object is made, released after the
-// job returns.
+// The host's stop flag for one job, with the stop signals: opened before the job object is
+// made, released after the job returns.
 class JobStopFlag {
 public:
     explicit JobStopFlag(const std::optional<std::string>& identifier) {
@@ -28,7 +29,7 @@ public:
     const platform::StopFlag& flag() const { return flag_; }
 
 private:
-    TarnStopFlag flag_;
+    JobStop flag_;
 };
 
 std::int64_t showUsage(Arguments, platform::Reporter& reporter, JobRunner&) {

@@ -8,6 +8,8 @@
 #include <cstring>
 #include <filesystem>
 
+#include "platform/JobSignals.h"
+
 namespace platform {
 namespace {
 
@@ -79,11 +81,13 @@ SiblingFile::SiblingFile(const std::string& target) : target_(target) {
         return;
     }
     path_ = pattern;
+    signalSlot_ = registerTemporaryFile(path_.c_str());
 }
 
 SiblingFile::~SiblingFile() {
-    if (fd_ >= 0) ::close(fd_);
     if (!placed_ && !path_.empty()) ::unlink(path_.c_str());
+    forgetTemporaryFile(signalSlot_);
+    if (fd_ >= 0) ::close(fd_);
 }
 
 Status SiblingFile::placeOverTarget(bool durable) {
@@ -99,6 +103,8 @@ Status SiblingFile::placeOverTarget(bool durable) {
         return systemError("cannot replace", target_, errno);
     }
     placed_ = true;
+    forgetTemporaryFile(signalSlot_);
+    signalSlot_ = -1;
     if (durable) syncFolder(folderOf(target_));
     return Done{};
 }

@@ -34,6 +34,7 @@ private:
     std::string target_;
     std::string path_;
     int fd_ = -1;
+    int signalSlot_ = -1;  // registered for removal by the stop signals while it is ours
     bool placed_ = false;
     Status created_ = Done{};
 };

@@ -1,0 +1,104 @@
+// Signals that end an -a job from outside, and what they used to leave: SIGTERM, SIGINT and
+// SIGHUP while the hidden sibling ".book.pdf.XXXXXX" was written left it behind (2 to 4 MB);
+// a file-size limit ended the job with SIGXFSZ beside a partial sibling; SIGKILL leaves one that
+// nothing could remove. Now TERM, INT and HUP remove the sibling and end the job as a stop does
+// (it ends by itself, status 0); a write past the file-size limit is a failed save that leaves the
+// input as it was.
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <thread>
+
+#include "robustness/Books.h"
+#include "robustness/ToolJobs.h"
+#include "support/TempDir.h"
+
+namespace {
+
+using namespace robustness;
+
+const Limits kLimits{std::chrono::minutes(3), 2048, 256};
+
+// A sibling of book.pdf as the tool names them.
+bool isSiblingOfBook(const std::string& name) {
+    return name.size() == std::string(".book.pdf.XXXXXX").size() &&
+           name.rfind(".book.pdf.", 0) == 0;
+}
+
+class Signals : public testing::Test {
+protected:
+    void SetUp() override {
+        original_ = linkBook(200, 0, 40).bytes();
+        fs::create_directories(dir_.path() / "tmp");
+        ASSERT_TRUE(writeBytes(book_, original_));
+    }
+
+    ToolResult addLinks(Limits limits = kLimits) {
+        return runTool(PDFA_TOOL, textLinkArguments(book_), environmentFor(dir_.path() / "tmp"),
+                       limits);
+    }
+
+    // Starts -a on the book and waits until its sibling appears; false when the job ended first.
+    bool startAndWaitForSibling(std::unique_ptr<ToolProcess>& job) {
+        job = std::make_unique<ToolProcess>(PDFA_TOOL, textLinkArguments(book_),
+                                            environmentFor(dir_.path() / "tmp"), kLimits);
+        while (!job->poll(1)) {
+            for (const std::string& name : strayNames(dir_.path(), {"book.pdf", "tmp"})) {
+                if (isSiblingOfBook(name)) return true;
+            }
+        }
+        return false;
+    }
+
+    testsupport::TempDir dir_;
+    fs::path book_ = dir_.path() / "book.pdf";
+    std::string original_;
+};
+
+TEST_F(Signals, StopSignalsWhileSavingRemoveTheTemporaryFile) {
+    int caught = 0;
+    for (int signal : {SIGTERM, SIGINT, SIGHUP, SIGTERM, SIGINT, SIGHUP}) {
+        SCOPED_TRACE("signal " + std::to_string(signal));
+        ASSERT_TRUE(writeBytes(book_, original_));
+        std::unique_ptr<ToolProcess> job;
+        if (startAndWaitForSibling(job)) {
+            ++caught;
+            job->kill(signal);
+        }
+        const ToolResult& result = job->wait();
+        expectTextLinkOutcome(result);
+        EXPECT_EQ(strayNames(dir_.path(), {"book.pdf", "tmp"}), std::vector<std::string>());
+        EXPECT_EQ(openablePageCount(book_), 200);
+    }
+    EXPECT_GT(caught, 0) << "no signal arrived while the file was written";
+    std::printf("[figures] %d of 6 signals arrived while the file was written\n", caught);
+}
+
+// Early in the job the signal stops it like the host's flag: the pages done are saved.
+TEST_F(Signals, StopSignalDuringThePagesEndsTheJobAsAStop) {
+    for (int signal : {SIGTERM, SIGINT, SIGHUP}) {
+        SCOPED_TRACE("signal " + std::to_string(signal));
+        ASSERT_TRUE(writeBytes(book_, original_));
+        ToolProcess job(PDFA_TOOL, textLinkArguments(book_), environmentFor(dir_.path() / "tmp"),
+                        kLimits);
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        job.kill(signal);
+        expectTextLinkOutcome(job.wait());
+        EXPECT_EQ(openablePageCount(book_), 200);
+        EXPECT_EQ(strayNames(dir_.path(), {"book.pdf", "tmp"}), std::vector<std::string>());
+    }
+}
+
+TEST_F(Signals, FileSizeLimitIsAFailedSave) {
+    original_ = linkBook(300, 0, 40).bytes();
+    ASSERT_GT(original_.size(), std::size_t{1} << 20);
+    ASSERT_TRUE(writeBytes(book_, original_));
+    Limits small = kLimits;
+    small.fileSizeMiB = 1;
+    expectTextLinkOutcome(addLinks(small));
+    EXPECT_EQ(readBytes(book_), original_);
+    EXPECT_EQ(strayNames(dir_.path(), {"book.pdf", "tmp"}), std::vector<std::string>());
+}
+
+}  // namespace
