@@ -1,9 +1,11 @@
 #include "platform/AtomicFile.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cctype>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -65,16 +67,43 @@ void syncFolder(const std::filesystem::path& folder) {
     ::close(fd);
 }
 
-}  // namespace
+constexpr std::size_t kUniqueLength = 6;  // the "XXXXXX" mkstemp fills with letters and digits
 
-SiblingFile::SiblingFile(const std::string& target) : target_(target) {
-    // The sibling's name is the target's with 8 bytes more; a target whose name is near the
-    // file system's limit lends only what fits.
+// ".<name>." for target's siblings. Their names are the target's with 8 bytes more; a target
+// whose name is near the file system's limit lends only what fits.
+std::string siblingPrefix(const std::string& target) {
     std::string name = std::filesystem::path(target).filename().string();
     long limit = ::pathconf(folderOf(target).c_str(), _PC_NAME_MAX);
     std::size_t fits = limit > 8 ? static_cast<std::size_t>(limit) - 8 : 247;
     if (name.size() > fits) name.resize(fits);
-    std::string pattern = (folderOf(target) / ("." + name + ".XXXXXX")).string();
+    return "." + name + ".";
+}
+
+bool isSiblingName(const std::string& name, const std::string& prefix) {
+    if (name.size() != prefix.size() + kUniqueLength || name.rfind(prefix, 0) != 0) return false;
+    for (std::size_t k = prefix.size(); k < name.size(); ++k) {
+        if (!std::isalnum(static_cast<unsigned char>(name[k]))) return false;
+    }
+    return true;
+}
+
+// Removes path when it is a regular file of this user that no live job holds locked.
+void removeIfStale(const std::filesystem::path& path) {
+    int fd = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) return;
+    struct stat info {};
+    if (::fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_uid == ::geteuid() &&
+        ::flock(fd, LOCK_EX | LOCK_NB) == 0) {
+        ::unlink(path.c_str());
+    }
+    ::close(fd);
+}
+
+}  // namespace
+
+SiblingFile::SiblingFile(const std::string& target) : target_(target) {
+    std::string pattern =
+        (folderOf(target) / (siblingPrefix(target) + std::string(kUniqueLength, 'X'))).string();
     fd_ = ::mkstemp(pattern.data());
     if (fd_ < 0) {
         created_ = systemError("cannot create a temporary file beside", target, errno);
@@ -82,6 +111,8 @@ SiblingFile::SiblingFile(const std::string& target) : target_(target) {
     }
     path_ = pattern;
     signalSlot_ = registerTemporaryFile(path_.c_str());
+    // Locked while it is ours, so that a later job clearing stale siblings leaves it alone.
+    ::flock(fd_, LOCK_EX | LOCK_NB);
 }
 
 SiblingFile::~SiblingFile() {
@@ -114,6 +145,14 @@ Status writeFileAtomically(const std::string& path, std::string_view bytes) {
     if (!file.created()) return file.created();
     if (!writeAll(file.fd(), bytes)) return systemError("cannot write", file.path(), errno);
     return file.placeOverTarget(false);
+}
+
+void removeStaleSiblings(const std::string& target) {
+    const std::string prefix = siblingPrefix(target);
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(folderOf(target), error)) {
+        if (isSiblingName(entry.path().filename().string(), prefix)) removeIfStale(entry.path());
+    }
 }
 
 }  // namespace platform

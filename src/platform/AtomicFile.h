@@ -44,4 +44,9 @@ private:
 // and the error says which step failed.
 Status writeFileAtomically(const std::string& path, std::string_view bytes);
 
+// Removes the siblings a killed process left beside target: files named as SiblingFile names
+// them, owned by this user and not locked by the job writing them. Call it while no other job of
+// this program writes target (holding a FileLock on it).
+void removeStaleSiblings(const std::string& target);
+
 }  // namespace platform

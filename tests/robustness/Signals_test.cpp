@@ -3,11 +3,14 @@
 // a file-size limit ended the job with SIGXFSZ beside a partial sibling; SIGKILL leaves one that
 // nothing could remove. Now TERM, INT and HUP remove the sibling and end the job as a stop does
 // (it ends by itself, status 0); a write past the file-size limit is a failed save that leaves the
-// input as it was.
+// input as it was; and the next job on the file removes the siblings killed jobs left, but no
+// file that is not one of ours or that a live job holds.
 
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <thread>
 
 #include "robustness/Books.h"
@@ -99,6 +102,38 @@ TEST_F(Signals, FileSizeLimitIsAFailedSave) {
     expectTextLinkOutcome(addLinks(small));
     EXPECT_EQ(readBytes(book_), original_);
     EXPECT_EQ(strayNames(dir_.path(), {"book.pdf", "tmp"}), std::vector<std::string>());
+}
+
+TEST_F(Signals, NextJobRemovesStaleTemporaryFilesOfItsOwnOnly) {
+    const std::string partial = original_.substr(0, original_.size() / 2);
+    for (const char* name :
+         {".book.pdf.Ab12Cd", ".book.pdf.000000", ".book.pdf.Ab12C", ".book.pdf.Ab12Cd7",
+          ".book.pdf.Ab-2Cd", ".other.pdf.Ab12Cd", "book.pdf.Ab12Cd", ".book.pdf.Locked"}) {
+        ASSERT_TRUE(writeBytes(dir_.path() / name, partial));
+    }
+    fs::create_directory(dir_.path() / ".book.pdf.Folder");
+    // A live job's sibling: locked by its writer.
+    const int held = ::open((dir_.path() / ".book.pdf.Locked").c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_GE(held, 0);
+    ASSERT_EQ(::flock(held, LOCK_EX), 0);
+    expectTextLinkOutcome(addLinks());
+    ::close(held);
+    EXPECT_NE(readBytes(book_), original_);
+    std::vector<std::string> left = strayNames(dir_.path(), {"book.pdf", "tmp"});
+    std::sort(left.begin(), left.end());
+    EXPECT_EQ(left,
+              (std::vector<std::string>{".book.pdf.Ab-2Cd", ".book.pdf.Ab12C", ".book.pdf.Ab12Cd7",
+                                        ".book.pdf.Folder", ".book.pdf.Locked", ".other.pdf.Ab12Cd",
+                                        "book.pdf.Ab12Cd"}));
+}
+
+TEST_F(Signals, StaleTemporaryFileOfAnotherUserIsKept) {
+    if (::geteuid() != 0) GTEST_SKIP() << "a file of another user needs root";
+    const fs::path stale = dir_.path() / ".book.pdf.Ab12Cd";
+    ASSERT_TRUE(writeBytes(stale, "partial"));
+    ASSERT_EQ(::chown(stale.c_str(), 65534, 65534), 0);
+    expectTextLinkOutcome(addLinks());
+    EXPECT_EQ(readBytes(stale), "partial");
 }
 
 }  // namespace
