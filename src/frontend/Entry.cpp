@@ -1,8 +1,10 @@
 #include "frontend/Entry.h"
 
+#include <optional>
 #include <span>
 #include <string_view>
 
+#include "frontend/JobStop.h"
 #include "frontend/Settings.h"
 #include "frontend/TarnShareMemory.h"
 #include "frontend/Usage.h"
@@ -13,8 +15,8 @@ namespace {
 
 using Arguments = std::span<const std::string>;
 
-// The host's stop flag for one job: opened before the job object is made, released after the
-// job returns.
+// The host's stop flag for one job, with the stop signals: opened before the job object is
+// made, released after the job returns.
 class JobStopFlag {
 public:
     explicit JobStopFlag(const std::optional<std::string>& identifier) {
@@ -27,7 +29,7 @@ public:
     const platform::StopFlag& flag() const { return flag_; }
 
 private:
-    TarnStopFlag flag_;
+    JobStop flag_;
 };
 
 std::int64_t showUsage(Arguments, platform::Reporter& reporter, JobRunner&) {
@@ -40,15 +42,18 @@ std::int64_t runConversion(Arguments arguments, platform::Reporter& reporter, Jo
     const std::optional<std::string> items = decodeArgumentCodes(arguments[1]);
     if (!items) return showUsage(arguments, reporter, jobs);
     ConversionSettings settings = readConversionSettings(*items);
+    // The measurement opens the document, which the host may want to stop; the flag is opened
+    // first for a job that will run.
+    std::optional<JobStopFlag> stop;
+    if (settings.isComplete()) stop.emplace(settings.taskID);
     // Measured before completeness is checked, as the host has always seen it.
     if (settings.needsWidthDetection()) {
         settings.divWidth = jobs.detectWidePageForFile(settings.inputFile, settings.password);
     }
-    if (!settings.isComplete()) return showUsage(arguments, reporter, jobs);
-    const JobStopFlag stop(settings.taskID);
+    if (!stop) return showUsage(arguments, reporter, jobs);
     // The job part alone goes on; what the reading noted stays here.
     convert::QXAnnos job = settings;
-    return jobs.parseAnnosToXML(job, stop.flag(), reporter);
+    return jobs.parseAnnosToXML(job, stop->flag(), reporter);
 }
 
 // -a CODES, or -a PDF RANGE [PASSWORD [TYPE [ID]]]

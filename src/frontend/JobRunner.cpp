@@ -1,6 +1,7 @@
 #include "frontend/JobRunner.h"
 
 #include "convert/JobDocument.h"
+#include "frontend/JobStop.h"
 #include "pdf/CGPDFDocumentCreateX.h"
 #include "pdf/detectWidePageForFile.h"
 
@@ -18,7 +19,9 @@ LibraryJobs::~LibraryJobs() = default;
 std::int64_t LibraryJobs::detectWidePageForFile(const std::string& path,
                                                 const std::optional<std::string>& password) {
     measured_.reset();
-    std::optional<platform::Document> document = pdf::CGPDFDocumentCreateX(path, password);
+    // The entry has opened the job's stop flag by now.
+    std::optional<platform::Document> document =
+        pdf::CGPDFDocumentCreateX(path, password, JobStop());
     if (!document) return 0;
     auto shared = std::make_shared<const convert::JobDocument>(std::move(*document));
     measured_ = std::make_unique<MeasuredDocument>(MeasuredDocument{path, password, shared});

@@ -9,8 +9,10 @@
 #include "frontend/Entry.h"
 #include "frontend/JobRunner.h"
 #include "frontend/ProcessReporter.h"
+#include "platform/JobSignals.h"
 
 int main(int argc, char** argv) {
+    platform::installJobSignals();
     try {
         std::vector<std::string> arguments;
         for (int k = 1; k < argc; ++k) arguments.emplace_back(argv[k]);

@@ -8,9 +8,10 @@ constexpr std::size_t kPasswordBufferSize = 126;
 }  // namespace
 
 std::optional<platform::Document> CGPDFDocumentCreateX(const std::string& path,
-                                                       const std::optional<std::string>& password) {
+                                                       const std::optional<std::string>& password,
+                                                       const platform::StopFlag& stop) {
     if (path.empty()) return std::nullopt;
-    platform::Result<platform::Document> opened = platform::Document::open(path);
+    platform::Result<platform::Document> opened = platform::Document::open(path, stop);
     if (!opened) return std::nullopt;
     platform::Document document = std::move(opened).value();
     if (!document.isEncrypted()) return document;

@@ -1,12 +1,16 @@
 #include "platform/AtomicFile.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cctype>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+
+#include "platform/JobSignals.h"
 
 namespace platform {
 namespace {
@@ -25,10 +29,19 @@ mode_t newFilePermissions() {
     return permissions;
 }
 
-mode_t permissionsFor(const std::string& path) {
+// The replaced file's owner, group and permission bits go to the file that replaces it; a new
+// target gets what the umask allows. Owner and group are set only when they differ, as only
+// root may give a file away; the permission bits come after them, which may clear set-id bits.
+bool takeOverOwnership(int fd, const std::string& target) {
     struct stat existing {};
-    if (::stat(path.c_str(), &existing) == 0) return existing.st_mode & 07777;
-    return newFilePermissions();
+    if (::stat(target.c_str(), &existing) != 0) return ::fchmod(fd, newFilePermissions()) == 0;
+    struct stat own {};
+    if (::fstat(fd, &own) != 0) return false;
+    if ((own.st_uid != existing.st_uid || own.st_gid != existing.st_gid) &&
+        ::fchown(fd, existing.st_uid, existing.st_gid) != 0) {
+        return false;
+    }
+    return ::fchmod(fd, existing.st_mode & 07777) == 0;
 }
 
 std::filesystem::path folderOf(const std::string& path) {
@@ -54,31 +67,62 @@ void syncFolder(const std::filesystem::path& folder) {
     ::close(fd);
 }
 
-}  // namespace
+constexpr std::size_t kUniqueLength = 6;  // the "XXXXXX" mkstemp fills with letters and digits
 
-SiblingFile::SiblingFile(const std::string& target) : target_(target) {
-    // The sibling's name is the target's with 8 bytes more; a target whose name is near the
-    // file system's limit lends only what fits.
+// ".<name>." for target's siblings. Their names are the target's with 8 bytes more; a target
+// whose name is near the file system's limit lends only what fits.
+std::string siblingPrefix(const std::string& target) {
     std::string name = std::filesystem::path(target).filename().string();
     long limit = ::pathconf(folderOf(target).c_str(), _PC_NAME_MAX);
     std::size_t fits = limit > 8 ? static_cast<std::size_t>(limit) - 8 : 247;
     if (name.size() > fits) name.resize(fits);
-    std::string pattern = (folderOf(target) / ("." + name + ".XXXXXX")).string();
+    return "." + name + ".";
+}
+
+bool isSiblingName(const std::string& name, const std::string& prefix) {
+    if (name.size() != prefix.size() + kUniqueLength || name.rfind(prefix, 0) != 0) return false;
+    for (std::size_t k = prefix.size(); k < name.size(); ++k) {
+        if (!std::isalnum(static_cast<unsigned char>(name[k]))) return false;
+    }
+    return true;
+}
+
+// Removes path when it is a regular file of this user that no live job holds locked.
+void removeIfStale(const std::filesystem::path& path) {
+    int fd = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) return;
+    struct stat info {};
+    if (::fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_uid == ::geteuid() &&
+        ::flock(fd, LOCK_EX | LOCK_NB) == 0) {
+        ::unlink(path.c_str());
+    }
+    ::close(fd);
+}
+
+}  // namespace
+
+SiblingFile::SiblingFile(const std::string& target) : target_(target) {
+    std::string pattern =
+        (folderOf(target) / (siblingPrefix(target) + std::string(kUniqueLength, 'X'))).string();
     fd_ = ::mkstemp(pattern.data());
     if (fd_ < 0) {
         created_ = systemError("cannot create a temporary file beside", target, errno);
         return;
     }
     path_ = pattern;
+    signalSlot_ = registerTemporaryFile(path_.c_str());
+    // Locked while it is ours, so that a later job clearing stale siblings leaves it alone.
+    ::flock(fd_, LOCK_EX | LOCK_NB);
 }
 
 SiblingFile::~SiblingFile() {
-    if (fd_ >= 0) ::close(fd_);
     if (!placed_ && !path_.empty()) ::unlink(path_.c_str());
+    forgetTemporaryFile(signalSlot_);
+    if (fd_ >= 0) ::close(fd_);
 }
 
 Status SiblingFile::placeOverTarget(bool durable) {
-    if (::fchmod(fd_, permissionsFor(target_)) != 0 || (durable && ::fsync(fd_) != 0)) {
+    if (!takeOverOwnership(fd_, target_) || (durable && ::fsync(fd_) != 0)) {
         return systemError("cannot finish", path_, errno);
     }
     if (::close(fd_) != 0) {
@@ -90,6 +134,8 @@ Status SiblingFile::placeOverTarget(bool durable) {
         return systemError("cannot replace", target_, errno);
     }
     placed_ = true;
+    forgetTemporaryFile(signalSlot_);
+    signalSlot_ = -1;
     if (durable) syncFolder(folderOf(target_));
     return Done{};
 }
@@ -99,6 +145,14 @@ Status writeFileAtomically(const std::string& path, std::string_view bytes) {
     if (!file.created()) return file.created();
     if (!writeAll(file.fd(), bytes)) return systemError("cannot write", file.path(), errno);
     return file.placeOverTarget(false);
+}
+
+void removeStaleSiblings(const std::string& target) {
+    const std::string prefix = siblingPrefix(target);
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(folderOf(target), error)) {
+        if (isSiblingName(entry.path().filename().string(), prefix)) removeIfStale(entry.path());
+    }
 }
 
 }  // namespace platform

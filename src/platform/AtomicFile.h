@@ -24,15 +24,17 @@ public:
     int& fd() { return fd_; }
     const std::string& path() const { return path_; }
 
-    // Gives the file the target's permission bits (a new target: what the umask allows) and
-    // renames it over the target. durable also flushes the file and the rename to disk first,
-    // for content that cannot be made again.
+    // Gives the file the target's owner, group and permission bits (a new target: what the
+    // umask allows) and renames it over the target; fails, leaving the target as it was, when
+    // the owner or group cannot be kept. durable also flushes the file and the rename to disk
+    // first, for content that cannot be made again.
     Status placeOverTarget(bool durable);
 
 private:
     std::string target_;
     std::string path_;
     int fd_ = -1;
+    int signalSlot_ = -1;  // registered for removal by the stop signals while it is ours
     bool placed_ = false;
     Status created_ = Done{};
 };
@@ -41,5 +43,10 @@ private:
 // it suits files that can be made again from their source. On failure path is left as it was
 // and the error says which step failed.
 Status writeFileAtomically(const std::string& path, std::string_view bytes);
+
+// Removes the siblings a killed process left beside target: files named as SiblingFile names
+// them, owned by this user and not locked by the job writing them. Call it while no other job of
+// this program writes target (holding a FileLock on it).
+void removeStaleSiblings(const std::string& target);
 
 }  // namespace platform

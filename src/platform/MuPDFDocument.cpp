@@ -1,8 +1,9 @@
 #include "platform/MuPDFDocument.h"
 
-#include <cstdio>
+#include <unistd.h>
 
 #include "platform/MuPDFEngine.h"
+#include "platform/RegularFile.h"
 
 namespace platform {
 namespace {
@@ -137,20 +138,22 @@ pdf_obj* lookupPage(fz_context* ctx, pdf_document* doc, int index, bool fromMap)
     return page;
 }
 
-Result<pdf_document*> openDocument(fz_context* ctx, const char* path) {
-    Result<fz_stream*> file = openBudgetedFile(ctx, path);
+Result<pdf_document*> openDocument(fz_context* ctx, const char* path, const StopFlag& stop) {
+    Result<fz_stream*> file = openBudgetedFile(ctx, path, stop);
     if (!file) return file.error();
     Result<pdf_document*> doc = openPdfStream(ctx, *file);
     if (doc && needsRepair(ctx, *doc) && !repairDocument(ctx, *doc)) {
         pdf_drop_document(ctx, *doc);
         doc = makeError(Error::Code::Format, "the document cannot be repaired");
     }
-    const bool spent = isReadBudgetSpent(*file);
+    const ReadBudgetEnd end = readBudgetEnd(*file);
     liftReadBudget(*file);
     fz_drop_stream(ctx, *file);
-    if (spent) {
+    if (end != ReadBudgetEnd::None) {
         if (doc) pdf_drop_document(ctx, *doc);
-        return makeError(Error::Code::Format, "the document needs too much repair to open");
+        return makeError(Error::Code::Format, end == ReadBudgetEnd::Stopped
+                                                  ? "stopped while the document was opened"
+                                                  : "the document needs too much repair to open");
     }
     return doc;
 }
@@ -201,16 +204,16 @@ Document::Document(Document&&) noexcept = default;
 Document& Document::operator=(Document&&) noexcept = default;
 Document::~Document() = default;
 
-Result<Document> Document::open(const std::string& path) {
+Result<Document> Document::open(const std::string& path) { return open(path, NeverStop()); }
+
+Result<Document> Document::open(const std::string& path, const StopFlag& stop) {
     // The engine reports a missing file like a damaged one; tell them apart first.
-    if (std::FILE* probe = std::fopen(path.c_str(), "rb")) {
-        std::fclose(probe);
-    } else {
-        return makeError(Error::Code::System, "cannot open " + path);
-    }
+    const int probe = openRegularFile(path.c_str());
+    if (probe < 0) return makeError(Error::Code::System, "cannot open " + path);
+    ::close(probe);
     std::shared_ptr<mupdf::Context> context = mupdf::sharedContext();
     if (!context) return makeError(Error::Code::System, "out of memory");
-    Result<pdf_document*> doc = mupdf::openDocument(context->get(), path.c_str());
+    Result<pdf_document*> doc = mupdf::openDocument(context->get(), path.c_str(), stop);
     if (!doc) return doc.error();
     auto members = std::make_unique<Members>();
     members->engine = std::make_shared<PdfObject::Handle>(context, *doc);

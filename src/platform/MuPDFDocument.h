@@ -11,6 +11,7 @@
 #include "platform/Geometry.h"
 #include "platform/PageText.h"
 #include "platform/PdfObject.h"
+#include "platform/StopFlag.h"
 #include "platform/result.h"
 
 namespace platform {
@@ -42,8 +43,11 @@ struct Annotation {
 
 class Document {
 public:
-    // Opens the file (repairing it if the engine must). Fails on a missing or unreadable file.
+    // Opens the file (repairing it if the engine must). Fails on a missing or unreadable file
+    // and on anything that is not a regular file, without waiting for it; and as soon as stop
+    // is set while a repair reads the file (a sound document opens whatever stop says).
     static Result<Document> open(const std::string& path);
+    static Result<Document> open(const std::string& path, const StopFlag& stop);
 
     Document(Document&&) noexcept;
     Document& operator=(Document&&) noexcept;
@@ -68,7 +72,9 @@ public:
     // Appends a link annotation to the page; the document is changed in memory only.
     Status addLink(int index, const Rect& bounds, const std::optional<std::string>& url);
     // Writes the document to path: to a temporary file beside it, then renamed over it, keeping
-    // the file's permissions and encryption; incremental where the document allows it.
+    // the file's owner, group, permissions and encryption; incremental where the document allows
+    // it. Fails, leaving path as it was, when path has several names (hard links) or its owner
+    // or group cannot be kept.
     Status save(const std::string& path);
 
 private:

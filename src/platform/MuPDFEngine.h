@@ -11,6 +11,7 @@
 
 #include "platform/MuPDFDocument.h"
 #include "platform/PdfObject.h"
+#include "platform/StopFlag.h"
 #include "platform/result.h"
 
 namespace platform {
@@ -70,8 +71,10 @@ namespace mupdf {
 
 // Opens the file as a PDF document. Opening may repair the file, and some damage makes the
 // engine's repair run for hours, so the file is read under a budget until the document is open;
-// a document that spent it counts as unreadable.
-Result<pdf_document*> openDocument(fz_context* ctx, const char* path);
+// a document that spent it counts as unreadable. A stop set while a repair reads the file ends
+// the opening the same way.
+Result<pdf_document*> openDocument(fz_context* ctx, const char* path,
+                                   const StopFlag& stop = NeverStop());
 
 // The root's /Count as the engine reads it, believed only when every page can be an object of
 // its own: a negative or huge count made the engine size its page maps by it (an abort, or
@@ -121,10 +124,13 @@ std::optional<Destination> readDestination(const PdfObject::Handle& engine,
                                            const PdfObject& catalog, PdfObject target);
 
 // The file at path as a stream whose reads are bounded until liftReadBudget: past a few
-// readings of the whole file it reports the end of the file and counts the budget as spent.
-// The caller drops it with fz_drop_stream; a document opened from it keeps its own reference.
-Result<fz_stream*> openBudgetedFile(fz_context* ctx, const char* path);
-bool isReadBudgetSpent(fz_stream* stream);
+// readings of the whole file, or once stop is set after more than a sound document's opening
+// reads, a read fails and readBudgetEnd says why.
+// stop must outlive the budget. The caller drops the stream with fz_drop_stream; a document
+// opened from it keeps its own reference.
+enum class ReadBudgetEnd { None, Spent, Stopped };
+Result<fz_stream*> openBudgetedFile(fz_context* ctx, const char* path, const StopFlag& stop);
+ReadBudgetEnd readBudgetEnd(fz_stream* stream);
 void liftReadBudget(fz_stream* stream);
 
 // An output writing to *fd, which must outlive it. The caller drops it with fz_drop_output.

@@ -1,12 +1,13 @@
 #include "platform/MuPDFFileStream.h"
 
 #if !defined(_WIN32)
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
+
+#include "platform/RegularFile.h"
 #endif
 
 namespace platform::mupdf {
@@ -75,7 +76,7 @@ void dropWindow(fz_context* ctx, void* state) {
 }  // namespace
 
 fz_stream* openFileStream(fz_context* ctx, const char* path) {
-    int fd = ::open(path, O_RDONLY | O_CLOEXEC);
+    int fd = openRegularFile(path);
     if (fd < 0) fz_throw(ctx, FZ_ERROR_GENERIC, "cannot open %s: %s", path, std::strerror(errno));
     struct stat info {};
     if (::fstat(fd, &info) != 0) {

@@ -1,5 +1,7 @@
 // Saving never damages the file it replaces: the engine writes a hidden sibling, which is
-// flushed to disk, given the original's permissions and only then renamed over the target.
+// flushed to disk, given the original's owner, group and permissions and only then renamed over
+// the target. A file with several names is not replaced.
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -78,6 +80,12 @@ Status writeVerifiedPdf(const PdfObject::Handle& engine, SiblingFile& file, bool
 Status Document::save(const std::string& path) {
     if (!m_ || !m_->engine->unlocked) {
         return makeError(Error::Code::Password, "the document is locked");
+    }
+    // Renaming over one name of a file with several would leave the others with the old
+    // content; writing through the shared file in place could leave it half written.
+    struct stat name {};
+    if (::lstat(path.c_str(), &name) == 0 && name.st_nlink > 1) {
+        return makeError(Error::Code::Unsupported, path + " has other names (hard links)");
     }
     SiblingFile temporary(path);
     if (!temporary.created()) return temporary.created();

@@ -2,12 +2,14 @@
 
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <optional>
 
 #include "platform/TemporaryDirectory.h"
 
@@ -77,27 +79,64 @@ bool writeAll(int fd, const std::string& bytes, Clock::time_point deadline) {
     return true;
 }
 
-// Reads and ignores whatever the host answers until it closes its end or the time is up.
-void awaitHostClose(int fd, Clock::time_point deadline) {
+// The socket lies in a folder others may write to: only a listener of this program's own user
+// hears what the job works on.
+bool isOwnUsersListener(int fd) {
+    ucred peer{};
+    socklen_t length = sizeof(peer);
+    return getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &peer, &length) == 0 && length == sizeof(peer) &&
+           peer.uid == geteuid();
+}
+
+// Reads and ignores whatever the host answers until it closes its end or the time is up; false
+// when the time ran out.
+bool awaitHostClose(int fd, Clock::time_point deadline) {
     char ignored[64];
     while (waitFor(fd, POLLIN, deadline)) {
         ssize_t n = recv(fd, ignored, sizeof(ignored), 0);
-        if (n == 0 || (n < 0 && errno != EINTR && errno != EAGAIN)) return;
+        if (n == 0 || (n < 0 && errno != EINTR && errno != EAGAIN)) return true;
     }
+    return false;
 }
+
+// A listening socket, told apart from one made later at the same path.
+struct SocketIdentity {
+    dev_t device = 0;
+    ino_t inode = 0;
+    timespec changed{};
+    bool operator==(const SocketIdentity& other) const {
+        return device == other.device && inode == other.inode &&
+               changed.tv_sec == other.changed.tv_sec && changed.tv_nsec == other.changed.tv_nsec;
+    }
+};
+
+std::optional<SocketIdentity> identityOf(const std::string& path) {
+    struct stat info {};
+    if (stat(path.c_str(), &info) != 0) return std::nullopt;
+    return SocketIdentity{info.st_dev, info.st_ino, info.st_ctim};
+}
+
+// The host that let a message wait the whole bound: it does not close its end, and waiting for
+// it again would cost every page of the job that much.
+std::optional<SocketIdentity> gHostNotWaitedFor;
 
 }  // namespace
 
 bool sendProgressMessage(const std::string& argument) {
     Socket channel;
     if (channel.fd() < 0) return false;
-    if (!connectTo(channel.fd(), temporaryDirectory() + "/" + kProgressChannelName)) return false;
+    const std::string path = temporaryDirectory() + "/" + kProgressChannelName;
+    const std::optional<SocketIdentity> host = identityOf(path);
+    if (!host || !connectTo(channel.fd(), path)) return false;
+    if (!isOwnUsersListener(channel.fd())) return false;
     if (!writeAll(channel.fd(), "getText2LinksProcess:" + argument + "\n",
                   Clock::now() + kSendTimeout)) {
         return false;
     }
     shutdown(channel.fd(), SHUT_WR);
-    awaitHostClose(channel.fd(), Clock::now() + kReplyTimeout);
+    if (gHostNotWaitedFor != host && !awaitHostClose(channel.fd(), Clock::now() + kReplyTimeout)) {
+        gHostNotWaitedFor = host;
+    }
     return true;
 }
 

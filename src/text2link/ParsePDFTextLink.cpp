@@ -2,6 +2,7 @@
 // extended; the document is saved over its file at the end, also after a stop.
 #include "text2link/ParsePDFTextLink.h"
 
+#include <chrono>
 #include <filesystem>
 #include <future>
 #include <memory>
@@ -9,6 +10,8 @@
 
 #include "frontend/parsePageRange.h"
 #include "pdf/CGPDFDocumentCreateX.h"
+#include "platform/AtomicFile.h"
+#include "platform/FileLock.h"
 #include "platform/SerialWorker.h"
 #include "platform/URIParser.h"
 
@@ -17,6 +20,9 @@ namespace text2link {
 namespace {
 
 using platform::Annotation;
+
+// How long a job waits for another job on the same file to finish.
+constexpr std::chrono::minutes kLockWait{5};
 
 // Existing links that can stand for a new one: big enough to be clicked and with a host.
 bool isCheckableLink(const Annotation& annotation) {
@@ -99,7 +105,12 @@ bool unlockDocument(platform::Document& document, const std::optional<std::strin
 void ParsePDFTextLink::parse(const platform::StopFlag& stop, platform::Reporter& reporter) {
     std::error_code error;
     if (!std::filesystem::exists(pdfFile, error)) return;
-    auto opened = platform::Document::open(pdfFile);
+    // Another job on the same file finishes first, and this one then works on what it saved.
+    auto lock = platform::FileLock::acquire(pdfFile, kLockWait, stop);
+    if (!lock) return;
+    // Left by a job killed while it saved; no other job saves this file while the lock is held.
+    platform::removeStaleSiblings(pdfFile);
+    auto opened = platform::Document::open(pdfFile, stop);
     if (!opened) return;
     platform::Document& document = opened.value();
     if (!unlockDocument(document, password)) return;

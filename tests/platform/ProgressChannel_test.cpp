@@ -104,3 +104,46 @@ TEST(ProgressChannel, HostClosingAtOnceRaisesNoSignal) {
     ::close(fd);
     std::signal(SIGPIPE, previous);
 }
+
+// The socket's folder may be writable by others: a listener of another user hears nothing.
+TEST(ProgressChannel, ListenerOfAnotherUserGetsNothing) {
+    if (::geteuid() != 0) GTEST_SKIP() << "listening as another user needs root";
+    TempDir dir;
+    ScopedTemporaryDirectory tmp(dir.path());
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const std::string path = (dir / platform::kProgressChannelName).string();
+    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    ASSERT_EQ(::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+    // The socket carries the credentials it listens with.
+    ASSERT_EQ(::seteuid(65534), 0);
+    const int listened = ::listen(fd, 4);
+    ASSERT_EQ(::seteuid(0), 0);
+    ASSERT_EQ(listened, 0);
+    EXPECT_FALSE(sendProgressMessage("7"));
+    const int connection = ::accept(fd, nullptr, nullptr);
+    ASSERT_GE(connection, 0);
+    char received[64];
+    EXPECT_EQ(::read(connection, received, sizeof received), 0) << "the listener got the message";
+    ::close(connection);
+    ::close(fd);
+}
+
+// A host that takes a message and never closes its end costs one wait of the bound, not one per
+// message.
+TEST(ProgressChannel, HostThatNeverClosesIsWaitedForOnce) {
+    TempDir dir;
+    ScopedTemporaryDirectory tmp(dir.path());
+    const int fd = bindWithoutAccepting(dir.path(), 16);
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point start = Clock::now();
+    EXPECT_TRUE(sendProgressMessage("1"));
+    const Clock::time_point first = Clock::now();
+    for (int page = 2; page <= 6; ++page) EXPECT_TRUE(sendProgressMessage(std::to_string(page)));
+    const Clock::time_point end = Clock::now();
+    EXPECT_GE(first - start, std::chrono::milliseconds(900)) << "the first message did not wait";
+    // Five more waits would take five seconds.
+    EXPECT_LT(end - first, std::chrono::milliseconds(900)) << "later messages waited again";
+    ::close(fd);
+}
