@@ -18,6 +18,7 @@ add_library(pdfannotations_host SHARED
   ${CMAKE_SOURCE_DIR}/src/host/HostAPI.cpp
   ${pdfa_host_core_sources}
   ${CMAKE_SOURCE_DIR}/src/frontend/security.cpp
+  ${CMAKE_SOURCE_DIR}/src/platform/FileSpace.cpp
   ${CMAKE_SOURCE_DIR}/src/platform/TemporaryDirectory.cpp)
 set_target_properties(pdfannotations_host PROPERTIES
   OUTPUT_NAME pdfannotations-host
