@@ -10,6 +10,7 @@
 #include "convert/QXAnnos.h"
 #include "platform/MuPDFDocument.h"
 #include "robustness/PdfSurgery.h"
+#include "support/CorpusManifest.h"
 #include "support/TempDir.h"
 #include "text2link/ParsePDFTextLink.h"
 
@@ -27,20 +28,15 @@ public:
 
 class CorpusCases : public ::testing::Test {
 protected:
-    // The corpus file's path; empty when the corpus does not hold it.
-    static fs::path corpusFile(const std::string& name) {
-        fs::path path = fs::path(PDFA_CORPUS_DIR) / name;
-        return fs::exists(path) ? path : fs::path();
-    }
-
     testsupport::TempDir dir_;
     NoReports reporter_;
     platform::NeverStop neverStop_;
 };
 
-#define CORPUS_FILE_OR_SKIP(variable, name)     \
-    const fs::path variable = corpusFile(name); \
-    if (variable.empty()) GTEST_SKIP() << "corpus file absent: " << PDFA_CORPUS_DIR "/" name
+// The corpus file's path; the test skips, saying where it looked, without the corpus.
+#define CORPUS_FILE_OR_SKIP(variable, name) \
+    PDFA_SKIP_WITHOUT_CORPUS();             \
+    const fs::path variable = testsupport::corpusDir() / name
 
 // beamer's navigation bar: /Rect [296.936 10.959 303.91 19.925] on pages 362.835 x 272.126.
 // 296.936 / 362.835 = 0.81837749...; the engine's floats gave 0.818378.
