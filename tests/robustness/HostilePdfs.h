@@ -323,6 +323,25 @@ inline std::string deflated(const std::string& data) {
     return out;
 }
 
+// pages pages that each show kPageText and then run one shared content stream of data, written
+// with filters (raw "/Filter ..." value, or empty).
+inline std::string pagesSharingContent(int pages, const std::string& data,
+                                       const std::string& filters) {
+    std::string kids;
+    for (int page = 0; page < pages; ++page) kids += ref(6 + page) + " ";
+    std::vector<std::string> bodies = {
+        "<< /Type /Catalog /Pages 2 0 R >>",
+        "<< /Type /Pages /Kids [" + kids + "] /Count " + std::to_string(pages) + " >>",
+        "<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica /Encoding /WinAnsiEncoding >>",
+        streamBody(kPageText), streamBody(data, filters.empty() ? "" : "/Filter " + filters)};
+    for (int page = 0; page < pages; ++page) {
+        bodies.push_back(
+            "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 600 800] /Resources << /Font << /F1 3 0 "
+            "R >> >> /Contents [4 0 R 5 0 R] >>");
+    }
+    return pdfOf(bodies);
+}
+
 inline std::vector<HostileCase> inflationBombs(std::size_t mebibytes = 1024) {
     const std::string once = deflatedZeros(mebibytes);
     const std::string twice = deflated(once);
