@@ -1,10 +1,12 @@
 #include <algorithm>
 #include <filesystem>
 #include <memory>
+#include <new>
 
 #include "convert/JobDocument.h"
 #include "convert/PDFAnnotations.h"
 #include "platform/AtomicFile.h"
+#include "platform/OutOfMemory.h"
 
 namespace convert {
 
@@ -168,6 +170,8 @@ std::string PDFAnnotations::outputPathForHalf(bool divided, int half) const {
 
 void PDFAnnotations::writeXML(const std::string& path, platform::XmlDocument xml,
                               std::function<void(platform::XmlDocument&)> finish) const {
+    // What was read for this file may have been cut short; the job fails instead.
+    if (platform::ranOutOfMemory()) throw std::bad_alloc();
     auto document = std::make_shared<platform::XmlDocument>(std::move(xml));
     auto bytes = [document, finish = std::move(finish)] {
         if (finish) finish(*document);

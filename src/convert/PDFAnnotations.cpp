@@ -84,7 +84,8 @@ std::int32_t PDFAnnotations::NewPageIndexAt(std::int64_t page) const {
 std::vector<platform::Annotation> PDFAnnotations::readPageLinks(
     const platform::StopFlag& stop) const {
     std::vector<platform::Annotation> links = pdfDoc->annotations(currentPageIndex());
-    if (!isText2Link) return links;
+    // Building a page's text is most of a page's work: a stopped job skips it.
+    if (!isText2Link || stop.isSet()) return links;
     text2link::ParsePDFTextLink scanner;
     scanner.pdfFile = inputFile;
     scanner.pageRange = std::to_string(pageNumber);

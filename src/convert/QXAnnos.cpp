@@ -76,7 +76,7 @@ std::int64_t QXAnnos::parseAnnosToXML(const platform::StopFlag& stop,
         frontend::parsePageRange(pageRange, pdf::pageCountOfJob(shared->document(), reporter));
     if (pages.empty()) return 0;
     bool singleFile = isSingleFileOutput(outputFile);
-    // Every file is written before the job returns, when the queue goes.
+    // Every file is written before the job returns.
     auto files = std::make_shared<platform::FileQueue>();
     for (std::int64_t page : pages) {
         PDFAnnotations converter = makeConverter(*this, page, singleFile);
@@ -88,6 +88,7 @@ std::int64_t QXAnnos::parseAnnosToXML(const platform::StopFlag& stop,
         // Deliberately only the lowest selected page has a place in a single output file.
         if (singleFile) break;
     }
+    files->finish();
     return 0;
 }
 

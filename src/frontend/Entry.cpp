@@ -102,4 +102,6 @@ int exitStatus(std::int64_t jobResult) {
     return static_cast<int>(static_cast<std::uint8_t>(jobResult));
 }
 
+int failedJobStatus(std::string_view mode) { return exitStatus(mode == "-b" ? -1 : 0); }
+
 }  // namespace frontend

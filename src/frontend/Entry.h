@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "frontend/JobRunner.h"
@@ -24,5 +25,9 @@ int runEntry(const std::vector<std::string>& arguments, platform::Reporter& repo
 // The exit status of an outcome: a conversion passes its job result out (0, or -1, which the
 // system shows as 255); everything else gives 0.
 int exitStatus(std::int64_t jobResult);
+
+// The exit status of a job that failed on its way (out of memory), given the mode argument: -1
+// for a conversion, as when its document cannot be opened; 0 for anything else.
+int failedJobStatus(std::string_view mode);
 
 }  // namespace frontend

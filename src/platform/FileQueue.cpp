@@ -11,11 +11,23 @@ constexpr std::size_t kBatchFiles = 32;
 
 }  // namespace
 
-FileQueue::~FileQueue() { handOver(); }
+FileQueue::~FileQueue() {
+    try {
+        handOver();
+    } catch (...) {
+        // Making a file ran out of memory; finish has told the job, or the job is ending
+        // through a failure of its own.
+    }
+}
 
 void FileQueue::write(std::string path, std::function<std::string()> makeBytes) {
     batch_.emplace_back(std::move(path), std::move(makeBytes));
     if (batch_.size() >= kBatchFiles) handOver();
+}
+
+void FileQueue::finish() {
+    handOver();
+    worker_.finish();
 }
 
 void FileQueue::handOver() {

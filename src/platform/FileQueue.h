@@ -15,7 +15,7 @@ namespace platform {
 class FileQueue {
 public:
     FileQueue() = default;
-    // Writes every file still queued before returning.
+    // Writes every file still queued before returning, unless making one ran out of memory.
     ~FileQueue();
     FileQueue(const FileQueue&) = delete;
     FileQueue& operator=(const FileQueue&) = delete;
@@ -25,6 +25,9 @@ public:
     // that cannot be written leaves its path as it was; whoever reads the files treats a missing
     // one as empty, and there is no one to tell.
     void write(std::string path, std::function<std::string()> makeBytes);
+    // Writes every file queued before returning; throws when making one ran out of memory (the
+    // files after it are then not written).
+    void finish();
 
 private:
     void handOver();

@@ -2,6 +2,7 @@
 
 #include "platform/MuPDFAllocationLimit.h"
 #include "platform/MuPDFEngine.h"
+#include "platform/OutOfMemory.h"
 
 namespace platform {
 namespace mupdf {
@@ -20,12 +21,18 @@ bool allocationRefused() {
     return allocationLimit.failFrom > 0 && ++allocationLimit.count >= allocationLimit.failFrom;
 }
 
+// The system's refusals are noted; the test hook's are not.
+void* noted(void* block, size_t size) {
+    if (block == nullptr) noteRefusedMemory(size);
+    return block;
+}
+
 void* limitedMalloc(void*, size_t size) noexcept {
-    return allocationRefused() ? nullptr : std::malloc(size);
+    return allocationRefused() ? nullptr : noted(std::malloc(size), size);
 }
 
 void* limitedRealloc(void*, void* old, size_t size) noexcept {
-    return allocationRefused() ? nullptr : std::realloc(old, size);
+    return allocationRefused() ? nullptr : noted(std::realloc(old, size), size);
 }
 
 void limitedFree(void*, void* block) noexcept { std::free(block); }

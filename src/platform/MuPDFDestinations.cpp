@@ -6,8 +6,7 @@ namespace platform {
 namespace mupdf {
 namespace {
 
-// Name trees nest a few levels; these bounds stop cycles and absurd trees.
-constexpr int kMaxNameTreeDepth = 32;
+// Stops cycles and absurd trees, with kMaxNameTreeDepth.
 constexpr int kMaxNameTreeNodes = 100000;
 
 // The lookup key of a named destination: a name's or a string's bytes.

@@ -105,6 +105,17 @@ PageTreeShape readPageTreeShape(fz_context* ctx, pdf_document* doc, int pageCoun
 // engine then refuses to load the page.
 bool isParentChainReadable(fz_context* ctx, pdf_obj* page);
 
+// Levels below a name tree's root that lookups follow. Name trees nest a few levels; deeper
+// names are not found.
+constexpr int kMaxNameTreeDepth = 32;
+
+// False when loading the page would make the engine recurse past safe bounds: the catalog's
+// named-destination tree, which it searches for the page's links, nests deeper than
+// kMaxNameTreeDepth, or the page's resources nest forms, tiling patterns and soft masks more
+// than 64 levels deep; or either walk makes more visits than the document has objects. The
+// engine must then not load the page.
+bool isPageLoadBounded(fz_context* ctx, pdf_document* doc, pdf_obj* page);
+
 // True when the engine finds page index in its page-tree map. This engine version then hands
 // out one more reference to the page object than it keeps (pdf_lookup_page_obj, and with it
 // pdf_load_page), which the caller must drop; other lookups hand out borrowed references.

@@ -39,7 +39,8 @@ bool isPageReadable(fz_context* ctx, pdf_document* doc, int index, int count) {
         return false;
     }
     pdf_obj* page = mupdf::lookupPage(ctx, doc, index, false);
-    const bool readable = mupdf::isParentChainReadable(ctx, page);
+    const bool readable =
+        mupdf::isParentChainReadable(ctx, page) && mupdf::isPageLoadBounded(ctx, doc, page);
     pdf_drop_obj(ctx, page);
     return readable;
 }

@@ -111,16 +111,19 @@ Result<PageText> Document::pageText(int index) const {
         return makeError(Error::Code::Argument, "no page " + std::to_string(index + 1));
     }
     // The engine refuses some pages only after its lookup took a reference it keeps; such a
-    // page has no page object here and is never handed to it.
-    if (pageObject(index).isNull()) {
+    // page has no page object here and is never handed to it. Nor is a page whose loading
+    // would recurse too deep.
+    fz_context* ctx = m_->engine->ctx;
+    PdfObject page = pageObject(index);
+    if (page.isNull() ||
+        !mupdf::isPageLoadBounded(ctx, m_->engine->doc, PdfObjectAccess::raw(page))) {
         return makeError(Error::Code::Format,
                          "page " + std::to_string(index + 1) + " cannot be read");
     }
-    fz_context* ctx = m_->engine->ctx;
     Result<pdf_page*> loaded =
         loadPage(ctx, m_->engine->doc, index, mupdf::isPageFromMap(*m_->engine, index));
     if (!loaded) return loaded.error();
-    std::unique_ptr<fz_page, PageDeleter> page(&(*loaded)->super, PageDeleter{ctx});
+    std::unique_ptr<fz_page, PageDeleter> loadedPage(&(*loaded)->super, PageDeleter{ctx});
     Result<fz_matrix> toPage = displayToPageSpace(ctx, *loaded);
     if (!toPage) return toPage.error();
     Result<fz_stext_page*> text = readStructuredText(ctx, *loaded);

@@ -1,11 +1,26 @@
 #include "platform/PugiXML.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <pugixml.hpp>
+
+#include "platform/OutOfMemory.h"
 
 namespace platform {
 
 namespace {
+
+// The tree answers a refused allocation with a missing node; the refusal is noted for the job.
+void* notedAllocate(std::size_t size) {
+    void* block = std::malloc(size);
+    if (block == nullptr) noteRefusedMemory(size);
+    return block;
+}
+
+const bool kAllocationsNoted = [] {
+    pugi::set_memory_management_functions(notedAllocate, std::free);
+    return true;
+}();
 
 pugi::xml_node nodeOf(void* node) {
     return pugi::xml_node(static_cast<pugi::xml_node_struct*>(node));

@@ -18,8 +18,12 @@ public:
     SerialWorker& operator=(const SerialWorker&) = delete;
 
     // Queues the task, waiting while many are queued already so that memory stays bounded. A
-    // task must not throw and must not touch what the caller's thread changes meanwhile.
+    // task must not touch what the caller's thread changes meanwhile. A task that throws (out
+    // of memory) ends the work: later tasks are dropped, and the exception is thrown again here
+    // by the next submit or by finish.
     void submit(std::function<void()> task);
+    // Waits until every task queued has run, then throws what a task threw, if one did.
+    void finish();
 
 private:
     struct Thread;

@@ -55,7 +55,7 @@ bool overlaps(const platform::Rect& a, const platform::Rect& b) {
 void ParsePDFTextLink::parsePage(const platform::Document& document, int pageIndex,
                                  std::vector<Annotation>& list,
                                  const platform::StopFlag& stop) const {
-    auto page = document.pageText(pageIndex);
+    std::optional<platform::PageText> page = readPageText(document, pageIndex);
     if (page) parsePageText(*page, list, stop);
 }
 

@@ -6,12 +6,14 @@
 #include <filesystem>
 #include <future>
 #include <memory>
+#include <new>
 #include <system_error>
 
 #include "frontend/parsePageRange.h"
 #include "pdf/CGPDFDocumentCreateX.h"
 #include "platform/AtomicFile.h"
 #include "platform/FileLock.h"
+#include "platform/OutOfMemory.h"
 #include "platform/SerialWorker.h"
 #include "platform/URIParser.h"
 
@@ -48,15 +50,6 @@ void removeDuplicates(std::vector<Annotation>& links, const std::vector<Annotati
         if (!links[k].url || !platform::hostOfURL(*links[k].url)) continue;
         ParsePDFTextLink::checkRemoveAnnoFrom(links, static_cast<std::int64_t>(k), checkList, stop);
     }
-}
-
-// The page's text, when the document has the page, it can be read and it holds any.
-std::optional<platform::PageText> readPageText(const platform::Document& document,
-                                               std::int64_t pageNumber, std::int64_t pageCount) {
-    if (pageNumber < 1 || pageNumber > pageCount) return std::nullopt;
-    platform::Result<platform::PageText> text = document.pageText(static_cast<int>(pageNumber - 1));
-    if (!text || text->text.empty()) return std::nullopt;
-    return std::move(text).value();
 }
 
 // A page whose text is being scanned on the worker thread.
@@ -102,6 +95,14 @@ bool unlockDocument(platform::Document& document, const std::optional<std::strin
 
 }  // namespace
 
+std::optional<platform::PageText> ParsePDFTextLink::readPageText(const platform::Document& document,
+                                                                 int pageIndex) {
+    platform::Result<platform::PageText> text = document.pageText(pageIndex);
+    if (!text && text.error().code == platform::Error::Code::System) throw std::bad_alloc();
+    if (!text || text->text.empty()) return std::nullopt;
+    return std::move(text).value();
+}
+
 void ParsePDFTextLink::parse(const platform::StopFlag& stop, platform::Reporter& reporter) {
     std::error_code error;
     if (!std::filesystem::exists(pdfFile, error)) return;
@@ -126,7 +127,9 @@ void ParsePDFTextLink::parse(const platform::StopFlag& stop, platform::Reporter&
     PendingPage pending;
     for (std::int64_t pageNumber : pages) {
         if (stop.isSet() || isStop != 0) break;
-        std::optional<platform::PageText> text = readPageText(document, pageNumber, pageCount);
+        std::optional<platform::PageText> text =
+            pageNumber <= pageCount ? readPageText(document, static_cast<int>(pageNumber - 1))
+                                    : std::nullopt;
         addScannedLinks(document, pending, stop);
         pending = {};
         setMessage(pageNumber, reporter);
@@ -136,6 +139,8 @@ void ParsePDFTextLink::parse(const platform::StopFlag& stop, platform::Reporter&
         }
     }
     addScannedLinks(document, pending, stop);
+    // What was read may have been cut short: the job fails, and the file stays as it was.
+    if (platform::ranOutOfMemory()) throw std::bad_alloc();
     // A failed save leaves the original file as it was; the job has no one to tell.
     (void)document.save(pdfFile);
 }

@@ -171,6 +171,37 @@ inline std::vector<HostileCase> brokenPageTrees() {
     };
 }
 
+// The page's link goes to the named destination "chapter", found levels deep in the catalog's
+// /Names /Dests tree: a chain of nodes of one kid each, all of whose limits admit the name.
+inline std::string destinationTreeChain(std::size_t levels) {
+    std::vector<std::string> bodies = oneLeafBook("<< /Type /Pages /Kids [5 0 R] /Count 1 >>");
+    bodies[0] = "<< /Type /Catalog /Pages 2 0 R /Names << /Dests 7 0 R >> >>";
+    bodies[5] = "<< /Type /Annot /Subtype /Link /Rect [72 696 200 712] /Dest (chapter) >>";
+    bodies.reserve(bodies.size() + levels + 1);
+    for (std::size_t level = 0; level < levels; ++level) {
+        bodies.push_back("<< /Kids [" + ref(8 + level) + "] /Limits [(a) (z)] >>");
+    }
+    bodies.push_back("<< /Names [(chapter) [5 0 R /Fit]] /Limits [(chapter) (chapter)] >>");
+    return pdfOf(bodies);
+}
+
+// The page's resources name a form whose resources name the next one: levels forms.
+inline std::string formChain(std::size_t levels) {
+    std::vector<std::string> bodies = oneLeafBook("<< /Type /Pages /Kids [5 0 R] /Count 1 >>");
+    bodies[4] = patched(bodies[4], "/Font << /F1 3 0 R >>",
+                        "/Font << /F1 3 0 R >> /XObject << /X 7 0 R >>");
+    bodies.reserve(bodies.size() + levels + 1);
+    for (std::size_t level = 0; level < levels; ++level) {
+        const std::string next =
+            level + 1 == levels ? "" : "/XObject << /X " + ref(8 + level) + " >>";
+        bodies.push_back(streamBody("",
+                                    "/Type /XObject /Subtype /Form /BBox [0 0 1 1] /Resources "
+                                    "<< " +
+                                        next + " >>"));
+    }
+    return pdfOf(bodies);
+}
+
 inline std::string annotationsBook(const std::string& annots, std::vector<std::string> extra) {
     std::vector<std::string> bodies =
         oneLeafBook("<< /Type /Pages /Kids [5 0 R] /Count 1 >>", "", annots);
@@ -290,6 +321,25 @@ inline std::string deflated(const std::string& data) {
               reinterpret_cast<const Bytef*>(data.data()), data.size(), 9);
     out.resize(size);
     return out;
+}
+
+// pages pages that each show kPageText and then run one shared content stream of data, written
+// with filters (raw "/Filter ..." value, or empty).
+inline std::string pagesSharingContent(int pages, const std::string& data,
+                                       const std::string& filters) {
+    std::string kids;
+    for (int page = 0; page < pages; ++page) kids += ref(6 + page) + " ";
+    std::vector<std::string> bodies = {
+        "<< /Type /Catalog /Pages 2 0 R >>",
+        "<< /Type /Pages /Kids [" + kids + "] /Count " + std::to_string(pages) + " >>",
+        "<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica /Encoding /WinAnsiEncoding >>",
+        streamBody(kPageText), streamBody(data, filters.empty() ? "" : "/Filter " + filters)};
+    for (int page = 0; page < pages; ++page) {
+        bodies.push_back(
+            "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 600 800] /Resources << /Font << /F1 3 0 "
+            "R >> >> /Contents [4 0 R 5 0 R] >>");
+    }
+    return pdfOf(bodies);
 }
 
 inline std::vector<HostileCase> inflationBombs(std::size_t mebibytes = 1024) {

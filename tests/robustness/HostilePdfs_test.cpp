@@ -63,6 +63,38 @@ TEST_F(HostilePdfs, PageTreeAMillionLevelsDeep) {
              Limits{std::chrono::minutes(5), 4096, 256});
 }
 
+// Loading a page looks up its links' named destinations in the catalog's name tree and scans
+// its resources through every nested form, recursing once per level: 70,000 levels of either
+// overflowed the stack (SIGSEGV), and 50,000 took seconds. Too deep a nesting now keeps the page
+// from the engine: it has no text, so -a leaves the file as it was; a shallow one still gives
+// the page's text.
+TEST_F(HostilePdfs, DeepNestingWhenAPageLoads) {
+    const std::vector<HostileCase> deep = {
+        {"named-destination tree 75000 levels deep", destinationTreeChain(75000)},
+        {"named-destination tree 50000 levels deep", destinationTreeChain(50000)},
+        {"named-destination tree 33 levels deep", destinationTreeChain(33)},
+        {"forms nested 75000 levels deep", formChain(75000)},
+        {"forms nested 65 levels deep", formChain(65)},
+    };
+    for (const HostileCase& hostile : deep) {
+        SCOPED_TRACE(hostile.name);
+        const fs::path input = dir_.path() / "deep.pdf";
+        ASSERT_TRUE(writeBytes(input, hostile.bytes));
+        ToolResult result =
+            runTool(PDFA_TOOL, textLinkArguments(input), environmentFor(dir_.path()), kLimits);
+        expectTextLinkOutcome(result);
+        EXPECT_EQ(readBytes(input), hostile.bytes) << "the page's text was read";
+    }
+    for (const std::string& shallow : {destinationTreeChain(32), formChain(64)}) {
+        const fs::path input = dir_.path() / "shallow.pdf";
+        ASSERT_TRUE(writeBytes(input, shallow));
+        expectTextLinkOutcome(
+            runTool(PDFA_TOOL, textLinkArguments(input), environmentFor(dir_.path()), kLimits));
+        EXPECT_NE(readBytes(input), shallow) << "no links were added from the page's text";
+    }
+    runCases(deep);
+}
+
 // The slides of 100,000 links hold them all in one XML tree: over 1.5 GiB under the sanitizer.
 TEST_F(HostilePdfs, HugeAnnotationArrays) {
     runCases(hugeAnnotationArrays(), Limits{std::chrono::seconds(300), 3072, 512});
