@@ -260,10 +260,11 @@ bool isDocumentationName(std::u16string_view host) {
 
 // A bare domain name that a reader takes for something else: see "What becomes a link" in
 // the README.
-bool isBareNameOfProse(std::u16string_view text, const Host& host, bool pathFollows) {
+// portOrPath: the name goes on with a port or a path.
+bool isBareNameOfProse(std::u16string_view text, const Host& host, bool portOrPath) {
     return gluesBareName(codePointBefore(text, host.start)) || hasMixedCase(host.last()) ||
            isFormatPattern(host) ||
-           (!pathFollows &&
+           (!portOrPath &&
             (isDocumentationName(host.text) || (host.labels == 2 && isFileExtension(host.last()))));
 }
 
@@ -274,10 +275,10 @@ std::optional<Found> webAddressAt(std::u16string_view text, std::size_t start) {
     if (!endsCleanly(text, host) || (!www && !endsInTopLevelDomain(host))) return std::nullopt;
     std::size_t end = host.end;
     if (end + 1 < text.size() && text[end] == u':' && isAsciiDigit(text[end + 1])) {
-        std::size_t port = end + 1;
-        end = skipWhile(text, port, isAsciiDigit);
-        if (end - port > 5 || std::stoul(toUTF8(text.substr(port, end - port))) > 65535) {
-            return std::nullopt;
+        std::size_t port = 0;
+        for (end = end + 1; end < text.size() && isAsciiDigit(text[end]); ++end) {
+            port = port * 10 + static_cast<std::size_t>(text[end] - u'0');
+            if (port > 65535) return std::nullopt;  // no address has such a port
         }
     }
     const bool pathFollows = end < text.size() && isOneOf(text[end], u"/?#");

@@ -10,12 +10,15 @@
 namespace platform {
 
 struct PageText {
-    std::u16string text;     // lines separated by "\n", words by " "
+    std::u16string text;      // lines separated by "\n", words by " "
     std::vector<Rect> boxes;  // one per unit of text; separators the engine made get empty boxes
 
     // The union of the boxes of the units in [start, start + length); all zero when the range
     // covers no unit with a box.
     Rect boundsOfRange(std::size_t start, std::size_t length) const;
+    // The bounds of the range's part on each line it covers, in order; lines where it covers no
+    // unit with a box are left out.
+    std::vector<Rect> lineBoundsOfRange(std::size_t start, std::size_t length) const;
 };
 
 }  // namespace platform

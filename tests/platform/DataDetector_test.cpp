@@ -92,6 +92,7 @@ TEST(DataDetector, BareNamesThatProseMeansOtherwiseAreNoLinks) {
         {u"setup.py/x cdn.shop.zip www.archive.zip",
          "link 0+10 http://setup.py/x\nlink 11+12 http://cdn.shop.zip\n"
          "link 24+15 http://www.archive.zip\n"},
+        {u"(see www.a.com/x_(y)).", "link 5+15 http://www.a.com/x_(y)\n"},
         {u"GOOGLE.COM. www.example.com",
          "link 0+10 http://GOOGLE.COM\nlink 12+15 http://www.example.com\n"},
     });
