@@ -4,13 +4,19 @@
 //
 // Links: addresses with the scheme http, https, ftp or file ("http://host/path"), addresses
 // starting "www.", bare domain names whose last label is a top-level domain
-// ("example.com/path"), and e-mail addresses ("name@example.com", also written
-// "mailto:name@example.com"). A link starts at a letter or digit that follows no letter, digit
-// or "@", and ends at a space, a control, a non-ASCII character or one of < > " { } | \ ^ `;
-// trailing sentence punctuation (. , ; : ! ? ' ") and closing brackets without an opening one
-// in the link are left out. Its URL is the text with "http://" put before addresses without a
-// scheme and "mailto:" before bare e-mail addresses, percent escaped when the plain text is no
-// valid URL; nullopt when neither form is.
+// ("example.com/path"), and e-mail addresses ("name@host.domain", also written
+// "mailto:name@host"). A link starts at a letter or digit that follows no letter, digit, "_" or
+// "@" of a script written with spaces; wide characters (CJK text, full-width punctuation) end
+// a link and may stand right before it. It ends at a space, a control, punctuation other than
+// ASCII's, a wide character or one of < > " { } | \ ^ `; trailing sentence punctuation
+// (. , ; : ! ? ' "), an HTML entity and closing brackets without an opening one in the link are
+// left out. A bare domain name that prose means otherwise is no link (glued to "/", ":", "-" or
+// ".", a file name, a sentence end, a time format, a name reserved for documentation; see "What
+// becomes a link" in the README). An address that reaches a line end inside itself goes on
+// on the next line (see appendLinkMatches). Its URL is the text with "http://" put before
+// addresses without a scheme and "mailto:" before bare e-mail addresses, the host in IDNA's
+// ASCII form and other non-ASCII text percent escaped in UTF-8, wholly percent escaped when
+// that is no valid URL; nullopt when neither form is.
 //
 // Telephone numbers: libphonenumber's matcher with the default region "CN" and the leniency
 // "possible"; numbers written with "+" and a country code are found whatever the region. A

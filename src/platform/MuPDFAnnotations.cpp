@@ -1,5 +1,7 @@
 // A page's annotations read straight from its /Annots array (the page is never loaded or
 // rendered, which keeps books of thousands of pages fast), and new link annotations.
+#include <algorithm>
+
 #include "platform/MuPDFDocument.h"
 #include "platform/MuPDFEngine.h"
 
@@ -23,11 +25,31 @@ Action readAction(const PdfObject::Handle& engine, const PdfObject& catalog,
     return result;
 }
 
+// The bounding box of each whole quadrilateral of eight numbers.
+std::vector<Rect> readQuadPoints(const PdfObject& quadPoints) {
+    std::vector<Rect> lines;
+    const std::size_t count = quadPoints.arrayLength() / 8;
+    for (std::size_t q = 0; q < count; ++q) {
+        double minX = 0, minY = 0, maxX = 0, maxY = 0;
+        for (std::size_t corner = 0; corner < 4; ++corner) {
+            const double x = quadPoints.at(8 * q + 2 * corner).number().value_or(0);
+            const double y = quadPoints.at(8 * q + 2 * corner + 1).number().value_or(0);
+            minX = corner == 0 ? x : std::min(minX, x);
+            maxX = corner == 0 ? x : std::max(maxX, x);
+            minY = corner == 0 ? y : std::min(minY, y);
+            maxY = corner == 0 ? y : std::max(maxY, y);
+        }
+        lines.push_back(Rect{minX, minY, maxX - minX, maxY - minY});
+    }
+    return lines;
+}
+
 Annotation readAnnotation(const PdfObject::Handle& engine, const PdfObject& catalog,
                           const PdfObject& dictionary) {
     Annotation annotation;
     annotation.type = dictionary.get("Subtype").name().value_or("");
     annotation.bounds = dictionary.get("Rect").rectangle().value_or(Rect{});
+    annotation.lines = readQuadPoints(dictionary.get("QuadPoints"));
     PdfObject action = dictionary.get("A");
     if (action.isDictionary()) annotation.mouseUpAction = readAction(engine, catalog, action);
     if (annotation.type != "Link") return annotation;
@@ -44,9 +66,10 @@ Annotation readAnnotation(const PdfObject::Handle& engine, const PdfObject& cata
 }
 
 // Builds << /Type /Annot /Subtype /Link /Rect [...] /Border [0 0 0] /A <</S /URI /URI (...)>> >>
-// and appends a reference to it to the page's /Annots, creating the array when there is none.
+// (with /QuadPoints when quadCount quadrilaterals of eight numbers are given) and appends a
+// reference to it to the page's /Annots, creating the array when there is none.
 Status appendLink(fz_context* ctx, pdf_document* doc, pdf_obj* page, fz_rect rect, const char* url,
-                  size_t urlLength) {
+                  size_t urlLength, const float* quads, size_t quadCount) {
     pdf_obj* link = nullptr;
     pdf_obj* reference = nullptr;
     fz_var(link);
@@ -58,6 +81,11 @@ Status appendLink(fz_context* ctx, pdf_document* doc, pdf_obj* page, fz_rect rec
         pdf_dict_put_rect(ctx, link, PDF_NAME(Rect), rect);
         pdf_obj* border = pdf_dict_put_array(ctx, link, PDF_NAME(Border), 3);
         for (int i = 0; i < 3; ++i) pdf_array_push_int(ctx, border, 0);
+        if (quadCount > 0) {
+            pdf_obj* points = pdf_dict_put_array(ctx, link, PDF_NAME(QuadPoints),
+                                                 static_cast<int>(8 * quadCount));
+            for (size_t i = 0; i < 8 * quadCount; ++i) pdf_array_push_real(ctx, points, quads[i]);
+        }
         if (url != nullptr) {
             pdf_obj* action = pdf_dict_put_dict(ctx, link, PDF_NAME(A), 2);
             pdf_dict_put(ctx, action, PDF_NAME(S), PDF_NAME(URI));
@@ -91,7 +119,8 @@ std::vector<Annotation> Document::annotations(int index) const {
     return result;
 }
 
-Status Document::addLink(int index, const Rect& bounds, const std::optional<std::string>& url) {
+Status Document::addLink(int index, const Rect& bounds, const std::optional<std::string>& url,
+                         const std::vector<Rect>& lines) {
     PdfObject page = pageObject(index);
     if (!page.isDictionary()) {
         return makeError(Error::Code::Argument, "no page " + std::to_string(index + 1));
@@ -99,8 +128,16 @@ Status Document::addLink(int index, const Rect& bounds, const std::optional<std:
     fz_rect rect =
         fz_make_rect(static_cast<float>(bounds.minX()), static_cast<float>(bounds.minY()),
                      static_cast<float>(bounds.maxX()), static_cast<float>(bounds.maxY()));
+    // Upper left, upper right, lower left, lower right: the order viewers read.
+    std::vector<float> quads;
+    for (const Rect& line : lines) {
+        const auto x0 = static_cast<float>(line.minX()), x1 = static_cast<float>(line.maxX());
+        const auto y0 = static_cast<float>(line.minY()), y1 = static_cast<float>(line.maxY());
+        quads.insert(quads.end(), {x0, y1, x1, y1, x0, y0, x1, y0});
+    }
     return appendLink(m_->engine->ctx, m_->engine->doc, PdfObjectAccess::raw(page), rect,
-                      url ? url->c_str() : nullptr, url ? url->size() : 0);
+                      url ? url->c_str() : nullptr, url ? url->size() : 0, quads.data(),
+                      lines.size());
 }
 
 }  // namespace platform

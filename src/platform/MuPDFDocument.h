@@ -34,8 +34,9 @@ struct Action {
 
 // One entry of a page's /Annots as the document model sees it.
 struct Annotation {
-    std::string type;  // the /Subtype name without its slash: "Link", "Widget", "Text", ...
-    Rect bounds;       // the normalised /Rect
+    std::string type;         // the /Subtype name without its slash: "Link", "Widget", "Text", ...
+    Rect bounds;              // the normalised /Rect
+    std::vector<Rect> lines;  // a Link's /QuadPoints, each quadrilateral's bounding box
     std::optional<std::string> url;          // a Link's /URI action target
     std::optional<Destination> destination;  // a Link's /Dest or /GoTo target
     std::optional<Action> mouseUpAction;     // the /A action of any annotation
@@ -70,7 +71,9 @@ public:
     Result<PageText> pageText(int index) const;
 
     // Appends a link annotation to the page; the document is changed in memory only.
-    Status addLink(int index, const Rect& bounds, const std::optional<std::string>& url);
+    // lines, when given, become the link's /QuadPoints: one quadrilateral per line of its text.
+    Status addLink(int index, const Rect& bounds, const std::optional<std::string>& url,
+                   const std::vector<Rect>& lines = {});
     // Writes the document to path: to a temporary file beside it, then renamed over it, keeping
     // the file's owner, group, permissions and encryption; incremental where the document allows
     // it. Fails, leaving path as it was, when path has several names (hard links) or its owner

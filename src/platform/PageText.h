@@ -22,6 +22,9 @@ struct PageText {
     // never shown, so nobody can see or click a link on it. All-zero bounds stand for no text
     // and count as visible.
     bool isVisible(const Rect& bounds) const;
+    // The bounds of the range's part on each line it covers, in order; lines where it covers no
+    // unit with a box are left out.
+    std::vector<Rect> lineBoundsOfRange(std::size_t start, std::size_t length) const;
 };
 
 }  // namespace platform

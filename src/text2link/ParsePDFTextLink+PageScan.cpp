@@ -27,6 +27,11 @@ Annotation makeLink(const platform::PageText& page, TextRange range,
     Annotation link;
     link.type = "Link";
     link.bounds = page.boundsOfRange(range.location, range.length);
+    // Text over several lines is clickable line by line, not over the whole rectangle.
+    if (textIn(page, range).find(u'\n') != std::u16string_view::npos) {
+        link.lines = page.lineBoundsOfRange(range.location, range.length);
+        if (link.lines.size() < 2) link.lines.clear();
+    }
     link.url = std::move(url);
     return link;
 }

@@ -84,7 +84,7 @@ void addScannedLinks(platform::Document& document, PendingPage& page,
         removeDuplicates(links, checkList, stop);
     }
     for (const Annotation& link : links) {
-        (void)document.addLink(page.index, link.bounds, link.url);
+        (void)document.addLink(page.index, link.bounds, link.url, link.lines);
     }
 }
 

@@ -56,7 +56,9 @@ TEST(DataDetector, WebAddressesWithAScheme) {
         {u"http://en.wikipedia.org/wiki/Foo_(bar)",
          "link 0+38 http://en.wikipedia.org/wiki/Foo_(bar)\n"},
         {u"http:// nothing", ""},
-        {u"gopher://x.org", "link 9+5 http://x.org\n"},
+        // An unknown scheme is no scheme, and the name after it is glued to its "/".
+        {u"gopher://x.org", ""},
+        {u"http://-x.org https://[::1] http://x.org_", ""},
     });
 }
 
@@ -64,11 +66,78 @@ TEST(DataDetector, WwwAndBareDomainsGetHttp) {
     expectAll({
         {u"see www.example.org, now", "link 4+15 http://www.example.org\n"},
         {u"www.intranet/x", "link 0+14 http://www.intranet/x\n"},
-        {u"example.com/path?q=1!", "link 0+20 http://example.com/path?q=1\n"},
+        {u"amazon.com/path?q=1!", "link 0+19 http://amazon.com/path?q=1\n"},
         {u"a.tv and b.cn:8080/x", "link 0+4 http://a.tv\nlink 9+11 http://b.cn:8080/x\n"},
-        {u"end of sentence example.com.", "link 16+11 http://example.com\n"},
+        {u"end of sentence amazon.com.", "link 16+10 http://amazon.com\n"},
+        {u"google.co.uk, example.com.cn",
+         "link 0+12 http://google.co.uk\nlink 14+14 http://example.com.cn\n"},
+        {u"sub.example.org/path www.example.org/help",
+         "link 0+20 http://sub.example.org/path\nlink 21+20 http://www.example.org/help\n"},
         {u"version 1.2 or x.notatld", ""},
         {u"\u8BBF\u95EEwww.example.com\u4E86\u89E3", "link 2+15 http://www.example.com\n"},
+    });
+}
+
+TEST(DataDetector, BareNamesThatProseMeansOtherwiseAreNoLinks) {
+    expectAll({
+        // Glued to a path, a misspelled scheme, an identifier or a longer name.
+        {u"/path/to/file.pl path:to:file.pm hppt://shop.com http:/abc.com", ""},
+        {u"///test.com _shop.com -shop.com .shop.com shop.com_", ""},
+        // File and code names, a sentence end without a space, a time format.
+        {u"setup.py README.md archive.zip so.And then left.It was hh.mm.ss", ""},
+        // Names reserved for documentation, without a path; a port no address has.
+        {u"example.com abc.example.org example.net.", ""},
+        {u"shop.com:500000", "phone 9+6 500000\n"},  // the gate of the page scan rejects it
+        // A path or a third label makes them addresses again; "www." always does.
+        {u"setup.py/x cdn.shop.zip www.archive.zip",
+         "link 0+10 http://setup.py/x\nlink 11+12 http://cdn.shop.zip\n"
+         "link 24+15 http://www.archive.zip\n"},
+        {u"(see www.a.com/x_(y)).", "link 5+15 http://www.a.com/x_(y)\n"},
+        {u"GOOGLE.COM. www.example.com",
+         "link 0+10 http://GOOGLE.COM\nlink 12+15 http://www.example.com\n"},
+    });
+}
+
+TEST(DataDetector, NonASCIILettersBelongToTheAddress) {
+    expectAll({
+        {u"http://www.b\u00FCrger.de/x", "link 0+22 http://www.xn--brger-kva.de/x\n"},
+        {u"Visit www.m\u00FCller.de today", "link 6+13 http://www.xn--mller-kva.de\n"},
+        {u"https://de.wikipedia.org/wiki/K\u00F6ln.",
+         "link 0+34 https://de.wikipedia.org/wiki/K%C3%B6ln\n"},
+        {u"https://e.com/p?symbol=\u00A3", "link 0+24 https://e.com/p?symbol=%C2%A3\n"},
+        {u"mail info@m\u00FCller.de", "link 5+14 mailto:info@xn--mller-kva.de\n"},
+        // Non-transitional: the sharp s stays a letter of its own.
+        {u"www.stra\u00DFe.de", "link 0+13 http://www.xn--strae-oqa.de\n"},
+    });
+}
+
+TEST(DataDetector, NoLinkStartsInsideAWordOfAnyScript) {
+    expectAll({
+        {u"m\u00FCller@a.cn \u00FChttp://a.cn K\u00F6ln.Die", ""},
+        {u"stra\u00DFe.de \u043F\u0440\u0438\u043C\u0435\u0440.\u0440\u0444",
+         "link 0+9 http://xn--strae-oqa.de\nlink 10+9 http://xn--e1afmkfd.xn--p1ai\n"},
+    });
+}
+
+TEST(DataDetector, ChineseTextAndFullWidthPunctuationEndALink) {
+    expectAll({
+        {u"\u8BBF\u95EEhttp://a.cn/x\uFF0C\u7136\u540E", "link 2+13 http://a.cn/x\n"},
+        {u"\uFF08www.a.cn/\u00FC\uFF09\u3002", "link 1+10 http://www.a.cn/%C3%BC\n"},
+        {u"\u300Cmail@a.cn\u300D", "link 1+9 mailto:mail@a.cn\n"},
+    });
+}
+
+TEST(DataDetector, AddressesWrappedAtALineEndAreJoined) {
+    expectAll({
+        {u"See https://a.com/reports/2023/\nannual-report.pdf now",
+         "link 4+45 https://a.com/reports/2023/annual-report.pdf\n"},
+        {u"https://a.com/linehaul-cloud-\nfunction",
+         "link 0+38 https://a.com/linehaul-cloud-function\n"},
+        // The first word of an ordinary next sentence stays out.
+        {u"See https://a.com/docs/\nfor details.", "link 4+19 https://a.com/docs/\n"},
+        {u"Visit www.a.com.\nThen www.a.com\nindex.html",
+         "link 6+9 http://www.a.com\nlink 22+9 http://www.a.com\n"},
+        {u"http://a.cn/x-\n\u4E2D\u6587", "link 0+14 http://a.cn/x-\n"},
     });
 }
 
