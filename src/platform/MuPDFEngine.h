@@ -81,6 +81,11 @@ Result<pdf_document*> openDocument(fz_context* ctx, const char* path,
 // hours sorting billions of entries), and "ALL" would select that many pages. 0 otherwise.
 int countPages(fz_context* ctx, pdf_document* doc);
 
+// The number of objects in the document's cross-reference; 0 when it cannot be read.
+int objectCount(fz_context* ctx, pdf_document* doc);
+// dict's entry under key, borrowed; null when there is none or it cannot be read.
+pdf_obj* entryOf(fz_context* ctx, pdf_obj* dict, const char* key);
+
 // True when the engine opened the document without a password (the empty one included).
 bool isOpenWithoutPassword(fz_context* ctx, pdf_document* doc);
 // True when the password unlocks the document; a wrong one spoils the engine's key for others.

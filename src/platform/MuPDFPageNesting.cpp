@@ -17,14 +17,6 @@ namespace {
 // run of a page recurses once per level too, with large frames.
 constexpr std::size_t kMaxResourceNesting = 64;
 
-int objectCount(fz_context* ctx, pdf_document* doc) {
-    int count = 0;
-    fz_var(count);
-    fz_try(ctx) { count = pdf_xref_len(ctx, doc); }
-    fz_catch(ctx) { count = 0; }
-    return count;
-}
-
 int lengthOf(fz_context* ctx, pdf_obj* container) {
     int count = 0;
     fz_var(count);
@@ -50,14 +42,6 @@ pdf_obj* keptDictionaryAt(fz_context* ctx, pdf_obj* container, int index, const 
     }
     fz_catch(ctx) { found = nullptr; }
     return found;
-}
-
-pdf_obj* entryOf(fz_context* ctx, pdf_obj* dict, const char* key) {
-    pdf_obj* entry = nullptr;
-    fz_var(entry);
-    fz_try(ctx) { entry = pdf_dict_gets(ctx, dict, key); }
-    fz_catch(ctx) { entry = nullptr; }
-    return entry;
 }
 
 void appendDictionaries(fz_context* ctx, pdf_obj* container, const char* path,

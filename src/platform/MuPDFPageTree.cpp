@@ -76,14 +76,6 @@ pdf_obj* keptTreeRoot(fz_context* ctx, pdf_document* doc, int* number) {
     return root;
 }
 
-int objectCount(fz_context* ctx, pdf_document* doc) {
-    int count = 0;
-    fz_var(count);
-    fz_try(ctx) { count = pdf_xref_len(ctx, doc); }
-    fz_catch(ctx) { count = 0; }
-    return count;
-}
-
 // A depth-first walk with the path on the heap. Every node visit is counted: a tree visits
 // each object at most once, so more visits than the document has objects means shared
 // subtrees, which can multiply the engine's work without end.
@@ -176,6 +168,14 @@ private:
 };
 
 }  // namespace
+
+int objectCount(fz_context* ctx, pdf_document* doc) {
+    int count = 0;
+    fz_var(count);
+    fz_try(ctx) { count = pdf_xref_len(ctx, doc); }
+    fz_catch(ctx) { count = 0; }
+    return count;
+}
 
 PageTreeShape readPageTreeShape(fz_context* ctx, pdf_document* doc, int pageCount) {
     int number = 0;

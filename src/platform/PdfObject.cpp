@@ -99,15 +99,19 @@ pdf_obj* elementOf(fz_context* ctx, pdf_obj* obj, int index) {
     return result;
 }
 
-pdf_obj* entryOf(fz_context* ctx, pdf_obj* obj, const char* key) {
+}  // namespace
+
+namespace mupdf {
+
+pdf_obj* entryOf(fz_context* ctx, pdf_obj* dict, const char* key) {
     pdf_obj* result = nullptr;
     fz_var(result);
-    fz_try(ctx) { result = pdf_dict_gets(ctx, obj, key); }
+    fz_try(ctx) { result = pdf_dict_gets(ctx, dict, key); }
     fz_catch(ctx) { result = nullptr; }
     return result;
 }
 
-}  // namespace
+}  // namespace mupdf
 
 PdfObject::PdfObject() = default;
 
@@ -218,7 +222,8 @@ PdfObject PdfObject::at(std::size_t index) const {
 
 PdfObject PdfObject::get(const std::string& key) const {
     if (!handle_) return {};
-    return PdfObject(handle_, entryOf(handle_->ctx, static_cast<pdf_obj*>(object_), key.c_str()));
+    return PdfObject(handle_,
+                     mupdf::entryOf(handle_->ctx, static_cast<pdf_obj*>(object_), key.c_str()));
 }
 
 }  // namespace platform
