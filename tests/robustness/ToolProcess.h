@@ -38,10 +38,19 @@ namespace robustness {
 
 using Clock = std::chrono::steady_clock;
 
+#ifdef PDFA_TOOL_HAS_ASAN
+inline constexpr bool kToolHasAsan = true;
+#else
+inline constexpr bool kToolHasAsan = false;
+#endif
+
 struct Limits {
     std::chrono::milliseconds time = std::chrono::seconds(60);
     long memoryMiB = 2048;   // resident under ASan, address space otherwise
     long fileSizeMiB = 256;  // the largest file the child may write (SIGXFSZ beyond)
+    // The child is a sanitizer build, as the tool the tests were built with is; false for a
+    // build without the sanitizer run from a sanitizer build of the tests.
+    bool sanitizedChild = kToolHasAsan;
 };
 
 struct ToolResult {
@@ -156,11 +165,11 @@ private:
                 merged[text.substr(0, equals)] = text.substr(equals + 1);
         }
         for (const auto& [name, value] : overrides) merged[name] = value;
-#ifdef PDFA_TOOL_HAS_ASAN
-        std::string& asan = merged["ASAN_OPTIONS"];
-        asan += (asan.empty() ? "" : ":") + std::string("hard_rss_limit_mb=") +
-                std::to_string(limits.memoryMiB);
-#endif
+        if (limits.sanitizedChild) {
+            std::string& asan = merged["ASAN_OPTIONS"];
+            asan += (asan.empty() ? "" : ":") + std::string("hard_rss_limit_mb=") +
+                    std::to_string(limits.memoryMiB);
+        }
         std::vector<std::string> result;
         for (const auto& [name, value] : merged) result.push_back(name + "=" + value);
         return result;
@@ -176,13 +185,13 @@ private:
             fileSize, fileSize
         };
         ::setrlimit(RLIMIT_FSIZE, &files);
-#ifndef PDFA_TOOL_HAS_ASAN
-        rlim_t memory = static_cast<rlim_t>(limits.memoryMiB) << 20;
-        struct rlimit space {
-            memory, memory
-        };
-        ::setrlimit(RLIMIT_AS, &space);
-#endif
+        if (!limits.sanitizedChild) {
+            rlim_t memory = static_cast<rlim_t>(limits.memoryMiB) << 20;
+            struct rlimit space {
+                memory, memory
+            };
+            ::setrlimit(RLIMIT_AS, &space);
+        }
     }
 
     void drain(int waitMs) {
