@@ -1,6 +1,7 @@
 // The link scanner. It looks at each unit a bounded number of times and allocates only for the
 // matches it reports, so whole books scan quickly; ICU is asked about a character only when it
 // is not ASCII.
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <string>
@@ -184,9 +185,14 @@ std::optional<Found> emailAt(std::u16string_view text, std::size_t start, int mi
     if (at == start || at >= text.size() || text[at] != u'@') return std::nullopt;
     Host domain = scanHost(text, at + 1);
     if (domain.labels < minLabels || !endsCleanly(text, domain)) return std::nullopt;
-    // The last label names a domain, not a number, and no label ends in a hyphen.
+    // The last label names a domain, not a number, and no label ends in a hyphen. Without
+    // "mailto:" it is a word of two letters or more, as top-level domains are: formulas put "@"
+    // between names too (9@AJ.B, 9@AJ.0A).
     std::u16string_view last = domain.last();
     if (last.back() == u'-' || skipWhile(last, 0, isAsciiDigit) == last.size()) {
+        return std::nullopt;
+    }
+    if (minLabels > 1 && (last.size() < 2 || std::any_of(last.begin(), last.end(), isAsciiDigit))) {
         return std::nullopt;
     }
     return Found{domain.end, "mailto:", domain.start, domain.end};
@@ -258,12 +264,36 @@ bool isDocumentationName(std::u16string_view host) {
     return false;
 }
 
+// Manuals write identifiers in capitals (Q.STAFF, X.ID, FORM.FINAL). A name in capitals is
+// taken for an address only in the shape addresses have there: no one-letter label, and a
+// country code or one of the first generic domains at its end (AMAZON.COM, BBC.CO.UK).
+bool isIdentifierInCapitals(const Host& host) {
+    bool upper = false;
+    for (char16_t c : host.text) {
+        if (c >= u'a' && c <= u'z') return false;
+        upper = upper || (c >= u'A' && c <= u'Z');
+    }
+    if (!upper) return false;
+    std::size_t labelStart = 0;
+    for (std::size_t i = 0; i <= host.text.size(); ++i) {
+        if (i < host.text.size() && host.text[i] != u'.') continue;
+        if (i - labelStart == 1) return true;
+        labelStart = i + 1;
+    }
+    const std::u16string_view last = host.last();
+    if (last.size() == 2) return false;
+    for (std::string_view generic : {"com", "org", "net", "edu", "gov", "int", "mil", "info"}) {
+        if (equalsIgnoringCase(last, generic)) return false;
+    }
+    return true;
+}
+
 // A bare domain name that a reader takes for something else: see "What becomes a link" in
 // the README.
 // portOrPath: the name goes on with a port or a path.
 bool isBareNameOfProse(std::u16string_view text, const Host& host, bool portOrPath) {
     return gluesBareName(codePointBefore(text, host.start)) || hasMixedCase(host.last()) ||
-           isFormatPattern(host) ||
+           isFormatPattern(host) || isIdentifierInCapitals(host) ||
            (!portOrPath &&
             (isDocumentationName(host.text) || (host.labels == 2 && isFileExtension(host.last()))));
 }

@@ -95,6 +95,12 @@ TEST(DataDetector, BareNamesThatProseMeansOtherwiseAreNoLinks) {
         {u"(see www.a.com/x_(y)).", "link 5+15 http://www.a.com/x_(y)\n"},
         {u"GOOGLE.COM. www.example.com",
          "link 0+10 http://GOOGLE.COM\nlink 12+15 http://www.example.com\n"},
+        // Identifiers in capitals: a one-letter label, or an ending no capitals address has.
+        {u"Q.ORG ATLANTA.Q.ORG X.ID FORM.FINAL Q.PARTS", ""},
+        {u"BBC.CO.UK AMAZON.DE", "link 0+9 http://BBC.CO.UK\nlink 10+9 http://AMAZON.DE\n"},
+        // Formulas put "@" between names; "mailto:" keeps any domain.
+        {u"9@AJ.B 9@AJ.0A a@b.c mailto:a@b.c", "link 21+12 mailto:a@b.c\n"},
+        {u"foo@bar.baz x@\u4F8B\u5B50.\u4E2D\u56FD", "link 0+11 mailto:foo@bar.baz\n"},
     });
 }
 
