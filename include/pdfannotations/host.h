@@ -117,11 +117,12 @@ PDFA_HOST_API pdfa_status pdfa_codes_decode(const char* codes, char** plain);
 typedef struct pdfa_stop_flag pdfa_stop_flag;
 
 /* Creates (or takes over and clears) the file "Tarn_<identifier>" in the temporary directory:
-   800 zero bytes, mode 0600, mapped by this process. The identifier must not be empty, "." or
-   "..", nor hold "/", "|" or "=". pdfa_stop_flag_free removes the file. */
+   800 zero bytes allocated on the disk, mode 0600, kept open by this process. The identifier
+   must not be empty, "." or "..", nor hold "/", "|" or "=". PDFA_E_SYSTEM when the disk has no
+   room for the bytes. pdfa_stop_flag_free removes the file. */
 PDFA_HOST_API pdfa_status pdfa_stop_flag_create(const char* identifier, pdfa_stop_flag** flag);
 
-/* Maps the flag file of a job some other process started; PDFA_E_ARGUMENT when there is none.
+/* Opens the flag file of a job some other process started; PDFA_E_ARGUMENT when there is none.
    pdfa_stop_flag_free leaves this file in place. */
 PDFA_HOST_API pdfa_status pdfa_stop_flag_open(const char* identifier, pdfa_stop_flag** flag);
 
