@@ -13,9 +13,7 @@ bool hasSettings(const pdf::WidePages& pages, std::int64_t wideMode, bool isNewM
 }  // namespace
 
 JobDocument::JobDocument(platform::Document document)
-    : document_(std::move(document)),
-      measures_(pdf::measurePages(document_)),
-      structParents_(pdf::buildStructParentMap(document_)) {}
+    : document_(std::move(document)), measures_(pdf::measurePages(document_)) {}
 
 platform::Rect JobDocument::cropBox(int index) const {
     if (index < 0 || static_cast<std::size_t>(index) >= measures_.cropBoxes.size()) return {};

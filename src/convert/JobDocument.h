@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <memory>
 
-#include "pdf/ImprovePDFPage.h"
 #include "pdf/WidePages.h"
 #include "platform/MuPDFDocument.h"
 
@@ -14,11 +13,10 @@ namespace convert {
 
 class JobDocument {
 public:
-    // Takes an open, unlocked document; measures its pages and maps its structure parents.
+    // Takes an open, unlocked document and measures its pages.
     explicit JobDocument(platform::Document document);
 
     const platform::Document& document() const { return document_; }
-    const pdf::StructParentMap& structParents() const { return structParents_; }
     const pdf::PageMeasures& measures() const { return measures_; }
     // The crop box and rotation of a zero-based page as measured at the start; an empty box and
     // 0 for a page the document does not have.
@@ -33,7 +31,6 @@ public:
 private:
     platform::Document document_;
     pdf::PageMeasures measures_;
-    pdf::StructParentMap structParents_;
     // A cache only; jobs run on one thread.
     mutable std::shared_ptr<const pdf::WidePages> widePages_;
 };

@@ -42,10 +42,11 @@ void scaleStyle(XmlNode style, platform::Size from, platform::Size to) {
         std::string name = child.name();
         bool horizontal = isHorizontal(name);
         if (!horizontal && !isVertical(name)) continue;
-        double value = platform::intValue(child.text());
-        double scaled = horizontal ? ratio(value * to.width, from.width)
-                                   : ratio(value * to.height, from.height);
-        child.setText(std::to_string(truncatedInt32(scaled)));
+        std::int32_t value = platform::intValue(child.text());
+        std::int32_t scaled = horizontal
+                                  ? PDFAnnotations::slidePosition(value, from.width, to.width)
+                                  : PDFAnnotations::slidePosition(value, from.height, to.height);
+        child.setText(std::to_string(scaled));
     }
 }
 
@@ -77,6 +78,10 @@ Rect PDFAnnotations::convertRatioContraintBounds(const Rect& bounds, int rotatio
         default:
             return {ratio(x - px, pw), ratio(y - py, ph), ratio(w, pw), ratio(h, ph)};
     }
+}
+
+std::int32_t PDFAnnotations::slidePosition(std::int32_t value, double from, double to) {
+    return truncatedInt32(ratio(value * to, from));
 }
 
 void PDFAnnotations::changeSlidePosition(XmlNode slide, platform::Size fromSize,

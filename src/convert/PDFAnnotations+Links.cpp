@@ -168,18 +168,14 @@ std::string PDFAnnotations::outputPathForHalf(bool divided, int half) const {
     return (path.parent_path() / name).string();
 }
 
-void PDFAnnotations::writeXML(const std::string& path, platform::XmlDocument xml,
-                              std::function<void(platform::XmlDocument&)> finish) const {
+void PDFAnnotations::writeXML(const std::string& path, XmlFileText xml) const {
     // What was read for this file may have been cut short; the job fails instead.
     if (platform::ranOutOfMemory()) throw std::bad_alloc();
-    auto document = std::make_shared<platform::XmlDocument>(std::move(xml));
-    auto bytes = [document, finish = std::move(finish)] {
-        if (finish) finish(*document);
-        return document->toCompactString();
-    };
-    if (files_) return files_->write(path, std::move(bytes));
+    auto text = std::make_shared<const XmlFileText>(std::move(xml));
+    auto content = [text](const platform::ByteSink& out) { return text->writeTo(out); };
+    if (files_) return files_->write(path, std::move(content));
     // The host treats a missing file as a page without links; there is no one to tell.
-    static_cast<void>(platform::writeFileAtomically(path, bytes()));
+    static_cast<void>(platform::writeFileAtomically(path, content));
 }
 
 }  // namespace convert

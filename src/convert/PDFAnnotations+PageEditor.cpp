@@ -1,4 +1,5 @@
 #include <charconv>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -35,10 +36,11 @@ XmlNode makeAnno(XmlDocument& document, const char* actionType) {
     return action;
 }
 
-XmlDocument makePageAnnos(int half) {
+XmlFileText makePageAnnos(int half) {
     XmlDocument document;
-    document.appendRoot("pageAnnos").setAttribute("pageIndex", half == 0 ? "0" : "1");
-    return document;
+    XmlNode root = document.appendRoot("pageAnnos");
+    root.setAttribute("pageIndex", half == 0 ? "0" : "1");
+    return XmlFileText(document, root);
 }
 
 void setLocation(XmlNode anno, const platform::Rect& location) {
@@ -50,21 +52,20 @@ void setLocation(XmlNode anno, const platform::Rect& location) {
 }
 
 // The piece of a link that runs over the middle: it starts at the second half's left edge.
-void appendOverflowCopy(XmlNode anno, double width, XmlNode secondRoot) {
-    std::optional<XmlDocument> copy = XmlDocument::parse(anno.toCompactString());
-    if (!copy) return;
-    XmlNode location = copy->root().lastChild("location");
+// The anno is changed into it.
+void appendOverflowPiece(XmlNode anno, double width, XmlFileText& second) {
+    XmlNode location = anno.lastChild("location");
     location.setAttribute("x", "0.0");
     location.setAttribute("width", fixed6(width));
-    secondRoot.appendCopy(copy->root());
+    second.append(anno.toCompactString());
 }
 
 struct EditorPage {
     const PDFAnnotations& converter;
     const std::vector<platform::Annotation>& rawList;
     bool divided = false;
-    XmlNode first;
-    XmlNode second;
+    XmlFileText& first;
+    XmlFileText* second;  // null when the page is not divided
 };
 
 void addEditorLink(EditorPage& page, const platform::Annotation& link) {
@@ -80,12 +81,13 @@ void addEditorLink(EditorPage& page, const platform::Annotation& link) {
     setLocation(element.root(), placement.location);
     if (placement.toSecond) {
         // An undivided page has no second file: the link is dropped.
-        if (page.divided) page.second.appendCopy(element.root());
+        if (page.second) page.second->append(element.toCompactString());
         return;
     }
-    page.first.appendCopy(element.root());
-    if (placement.overflows)
-        appendOverflowCopy(element.root(), placement.overflowWidth, page.second);
+    page.first.append(element.toCompactString());
+    if (placement.overflows && page.second) {
+        appendOverflowPiece(element.root(), placement.overflowWidth, *page.second);
+    }
 }
 
 }  // namespace
@@ -114,18 +116,18 @@ void PDFAnnotations::changeGotoPageForPageEditor(XmlNode anno, bool isDestPart1)
 
 void PDFAnnotations::parsePageWithDetectWidePage(const platform::StopFlag& stop) {
     if (!pdfDoc) return;
-    std::vector<platform::Annotation> links = readPageLinks(stop);
-    std::vector<platform::Annotation> rawList = readRawLinks(stop);
-    XmlDocument first = makePageAnnos(0);
-    XmlDocument second = makePageAnnos(1);
+    pdf::PageAnnotations read = readPageLinks(stop);
+    XmlFileText first = makePageAnnos(0);
     bool divided = wideMode != 0 && isWidePageAt(pageNumber);
-    EditorPage page{*this, rawList, divided, first.root(), second.root()};
-    for (const platform::Annotation& link : links) {
+    std::optional<XmlFileText> second;
+    if (divided) second = makePageAnnos(1);
+    EditorPage page{*this, read.links, divided, first, second ? &*second : nullptr};
+    for (const platform::Annotation& link : read.annotations) {
         if (stop.isSet()) break;
         addEditorLink(page, link);
     }
     writeXML(outputPathForHalf(divided, 0), std::move(first));
-    if (divided) writeXML(outputPathForHalf(divided, 1), std::move(second));
+    if (second) writeXML(outputPathForHalf(divided, 1), std::move(*second));
 }
 
 }  // namespace convert

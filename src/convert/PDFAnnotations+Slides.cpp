@@ -19,14 +19,14 @@ namespace {
 // this fixed offset as its id (and so as its name and z-order).
 constexpr std::int32_t kOverflowIdOffset = 1981;
 
-// The two "elements" lists of a page's slides; second is null when the page is not divided.
+// The slides of a page: second is there only when the page is divided.
 struct SlidePage {
     const PDFAnnotations& converter;
     const std::vector<platform::Annotation>& rawList;
     platform::Size size;  // the crop box's, in points; halves are measured against it too
     bool divided = false;
-    platform::XmlNode first;
-    platform::XmlNode second;
+    XmlFileText& first;
+    XmlFileText* second;
 };
 
 struct PointBox {
@@ -56,12 +56,17 @@ bool isCDataText(std::string_view text) {
 }
 
 // The text of a web link's element when address is set, else of a go-to element for the
-// one-based page.
-std::string linkElementText(const PointBox& box, const std::optional<std::string>& address,
-                            std::int64_t page, std::int32_t id) {
+// one-based page, with its style positions as changeSlidePosition leaves them for the slide's
+// own size: the element goes into the file as it is made, not through a tree.
+std::string linkElementText(PointBox box, platform::Size size,
+                            const std::optional<std::string>& address, std::int32_t page,
+                            std::int32_t id) {
+    box.left = PDFAnnotations::slidePosition(box.left, size.width, size.width);
+    box.width = PDFAnnotations::slidePosition(box.width, size.width, size.width);
+    box.top = PDFAnnotations::slidePosition(box.top, size.height, size.height);
+    box.height = PDFAnnotations::slidePosition(box.height, size.height, size.height);
     return address ? getLinkString(box.left, box.top, box.width, box.height, *address, id)
-                   : getGotoPageString(box.left, box.top, box.width, box.height,
-                                       static_cast<std::int32_t>(page), id);
+                   : getGotoPageString(box.left, box.top, box.width, box.height, page, id);
 }
 
 void addSlideLink(SlidePage& page, const platform::Annotation& link, std::int32_t id) {
@@ -77,24 +82,25 @@ void addSlideLink(SlidePage& page, const platform::Annotation& link, std::int32_
     PDFAnnotations::LinkPlacement placement = page.converter.placeLink(link.bounds, page.divided);
     PointBox box = toPointBox(placement.location, page.size);
     // An undivided page has no second slide: a link placed there is dropped.
-    platform::XmlNode slide = placement.toSecond ? page.second : page.first;
-    if (!slide) return;
-    platform::XmlNode element = slide.appendParsed(linkElementText(box, address, target->page, id));
-    if (!element) return;
-    if (page.divided) {
-        page.converter.changeGotoPageForAnimationEditor(element, target->isDestPart1);
-    }
-    if (placement.toSecond || !placement.overflows || !page.second) return;
+    if (placement.toSecond && !page.divided) return;
+    const auto undivided = static_cast<std::int32_t>(target->page);
+    std::int32_t goTo = page.divided
+                            ? page.converter.dividedSlideTarget(undivided, target->isDestPart1)
+                            : undivided;
+    XmlFileText& slide = placement.toSecond ? *page.second : page.first;
+    slide.append(linkElementText(box, page.size, address, goTo, id));
+    if (placement.toSecond || !placement.overflows || !page.divided) return;
     // The copy keeps the link's left edge and its undivided go-to target.
     box.width = toPoints(placement.overflowWidth * page.size.width);
-    page.second.appendParsed(linkElementText(box, address, target->page, id + kOverflowIdOffset));
+    page.second->append(
+        linkElementText(box, page.size, address, undivided, id + kOverflowIdOffset));
 }
 
-void writeSlide(const PDFAnnotations& converter, platform::XmlDocument& slide, platform::Size size,
-                const std::string& path) {
-    converter.writeXML(path, std::move(slide), [size](platform::XmlDocument& finished) {
-        PDFAnnotations::changeSlidePosition(finished.root(), size, size);
-    });
+// A blank slide with the page's size stamped in, its links to come.
+XmlFileText blankSlide(platform::Size size) {
+    platform::XmlDocument slide = PDFAnnotations::generateXMLForBlankPage();
+    PDFAnnotations::changeSlidePosition(slide.root(), size, size);
+    return XmlFileText(slide, slide.root().lastChild("elements"));
 }
 
 std::int32_t linkCount(std::size_t size) {
@@ -107,24 +113,21 @@ std::int32_t linkCount(std::size_t size) {
 void PDFAnnotations::parsePageForAnimationEditor(const platform::StopFlag& stop) {
     if (!pdfDoc) return;
     platform::Rect cropBox = jobDocument_->cropBox(currentPageIndex());
-    std::vector<platform::Annotation> links = readPageLinks(stop);
-    std::vector<platform::Annotation> rawList = readRawLinks(stop);
-    platform::XmlDocument first = generateXMLForBlankPage();
-    platform::XmlDocument second = generateXMLForBlankPage();
+    pdf::PageAnnotations read = readPageLinks(stop);
+    const std::vector<platform::Annotation>& links = read.annotations;
+    platform::Size size{cropBox.width, cropBox.height};
+    XmlFileText first = blankSlide(size);
     bool divided = wideMode != 0 && isWidePageAt(pageNumber);
-    SlidePage page{*this,
-                   rawList,
-                   {cropBox.width, cropBox.height},
-                   divided,
-                   first.root().lastChild("elements"),
-                   divided ? second.root().lastChild("elements") : platform::XmlNode()};
+    std::optional<XmlFileText> second;
+    if (divided) second = blankSlide(size);
+    SlidePage page{*this, read.links, size, divided, first, second ? &*second : nullptr};
     std::int32_t count = linkCount(links.size());
     for (std::int32_t i = 0; i < count; ++i) {
         if (stop.isSet()) break;
         addSlideLink(page, links[i], i);
     }
-    writeSlide(*this, first, page.size, outputPathForHalf(divided, 0));
-    if (divided) writeSlide(*this, second, page.size, outputPathForHalf(divided, 1));
+    writeXML(outputPathForHalf(divided, 0), std::move(first));
+    if (second) writeXML(outputPathForHalf(divided, 1), std::move(*second));
 }
 
 void PDFAnnotations::changeGotoPageForAnimationEditor(platform::XmlNode element,
@@ -137,8 +140,12 @@ void PDFAnnotations::changeGotoPageForAnimationEditor(platform::XmlNode element,
         std::vector<platform::XmlNode> targets = params.back().children("target");
         if (targets.empty()) return;
         std::int32_t page = platform::intValue(targets.back().text());
-        targets.back().setText(std::to_string(NewPageIndexAt(page) + (isDestPart1 ? 1 : 0)));
+        targets.back().setText(std::to_string(dividedSlideTarget(page, isDestPart1)));
     }
+}
+
+std::int32_t PDFAnnotations::dividedSlideTarget(std::int32_t page, bool isDestPart1) const {
+    return NewPageIndexAt(page) + (isDestPart1 ? 1 : 0);
 }
 
 const platform::Annotation* PDFAnnotations::AnnotationLinkAt(

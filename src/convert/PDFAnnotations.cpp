@@ -81,9 +81,8 @@ std::int32_t PDFAnnotations::NewPageIndexAt(std::int64_t page) const {
     return (widePages_ ? *widePages_ : noPages()).NewPageIndexAt(page);
 }
 
-std::vector<platform::Annotation> PDFAnnotations::readPageLinks(
-    const platform::StopFlag& stop) const {
-    std::vector<platform::Annotation> links = pdfDoc->annotations(currentPageIndex());
+pdf::PageAnnotations PDFAnnotations::readPageLinks(const platform::StopFlag& stop) const {
+    pdf::PageAnnotations links = pdf::readPageAnnotations(*pdfDoc, currentPageIndex(), stop);
     // Building a page's text is most of a page's work: a stopped job skips it.
     if (!isText2Link || stop.isSet()) return links;
     text2link::ParsePDFTextLink scanner;
@@ -92,17 +91,9 @@ std::vector<platform::Annotation> PDFAnnotations::readPageLinks(
     scanner.password = pdfPassword;
     scanner.taskID = taskID;
     scanner.parseType = typeOfText2Link;
-    std::vector<platform::Annotation> found;
-    scanner.parsePage(*pdfDoc, currentPageIndex(), found, stop);
-    links.insert(links.end(), found.begin(), found.end());
+    // Appended in place: a page can hold hundreds of thousands of finds.
+    scanner.parsePage(*pdfDoc, currentPageIndex(), links.annotations, stop);
     return links;
-}
-
-std::vector<platform::Annotation> PDFAnnotations::readRawLinks(
-    const platform::StopFlag& stop) const {
-    if (!jobDocument_) return {};
-    return pdf::fmAnnotations(jobDocument_->document(), currentPageIndex(),
-                              jobDocument_->structParents(), stop);
 }
 
 }  // namespace convert

@@ -14,6 +14,8 @@
 #include <string_view>
 #include <vector>
 
+#include "convert/XmlFileText.h"
+#include "pdf/ImprovePDFPage.h"
 #include "pdf/WidePages.h"
 #include "platform/FileQueue.h"
 #include "platform/Geometry.h"
@@ -90,6 +92,8 @@ public:
     void parsePageForAnimationEditor(const platform::StopFlag& stop);
     static platform::XmlDocument generateXMLForBlankPage();
     void changeGotoPageForAnimationEditor(platform::XmlNode element, bool isDestPart1) const;
+    // The target changeGotoPageForAnimationEditor gives a go-to element for the one-based page.
+    std::int32_t dividedSlideTarget(std::int32_t page, bool isDestPart1) const;
     // Same test as findLinkAt; nullptr when nothing matches.
     static const platform::Annotation* AnnotationLinkAt(
         const std::vector<platform::Annotation>& list, const platform::Rect& rect);
@@ -105,6 +109,8 @@ public:
     // dimension scales the values along it to 0.
     static void changeSlidePosition(platform::XmlNode slide, platform::Size fromSize,
                                     platform::Size toSize);
+    // One style position as changeSlidePosition rescales it along one axis.
+    static std::int32_t slidePosition(std::int32_t value, double from, double to);
 
     // --- Link resolution shared by both writers. ---
     // What a link does, once resolved: open a web address, or go to a page of the undivided
@@ -122,10 +128,10 @@ public:
         double overflowWidth = 0;  // width of that copy, which starts at the half's left edge
     };
 
-    // The page's annotations, then, with isText2Link, the links found in its text.
-    std::vector<platform::Annotation> readPageLinks(const platform::StopFlag& stop) const;
-    // The links read straight from the page's /Annots (for URLs the model does not expose).
-    std::vector<platform::Annotation> readRawLinks(const platform::StopFlag& stop) const;
+    // From one walk of the page's /Annots: as annotations, the page's annotations followed,
+    // with isText2Link, by the links found in its text; as links, the raw links read straight
+    // from the dictionaries (for URLs the model does not expose).
+    pdf::PageAnnotations readPageLinks(const platform::StopFlag& stop) const;
     // First raw link whose bounds intersect rect and whose origin lies in rect; nullptr if none.
     static const platform::Annotation* findLinkAt(const std::vector<platform::Annotation>& rawList,
                                                   const platform::Rect& rect);
@@ -138,11 +144,9 @@ public:
     LinkPlacement placeLink(const platform::Rect& bounds, bool divided) const;
     // outputFile for an undivided page; "<name>-w0.<ext>" / "<name>-w1.<ext>" beside it.
     std::string outputPathForHalf(bool divided, int half) const;
-    // Writes the root's compact text atomically, through the job's writing thread when there is
-    // one; a failed write is ignored. finish, when given, is done to the document first, on the
-    // same thread (it must touch nothing but the document).
-    void writeXML(const std::string& path, platform::XmlDocument xml,
-                  std::function<void(platform::XmlDocument&)> finish = {}) const;
+    // Writes the text atomically, through the job's writing thread when there is one; a failed
+    // write is ignored.
+    void writeXML(const std::string& path, XmlFileText xml) const;
 
 private:
     int currentPageIndex() const { return static_cast<int>(pageNumber - 1); }

@@ -34,69 +34,27 @@ bool isValidUTF8(const std::string& bytes) {
     return true;
 }
 
-std::optional<std::string> nameEntry(const PdfObject& dictionary, const std::string& key) {
-    auto bytes = dictionary.get(key).name();
-    return bytes ? PDFTypeName(*bytes) : std::nullopt;
+// The address of a /URI action: its "URI action" string when it has one, else uri (its /URI
+// string), made a URL once every character that is not legal in one is escaped ("%" included,
+// so an escape already in the text is escaped again).
+std::optional<std::string> urlOfAction(const PdfObject& action, std::optional<std::string> uri) {
+    if (auto literal = action.get("URI action").textString()) uri = std::move(literal);
+    if (!uri) return std::nullopt;
+    return platform::parseURL(platform::addingPercentEscapes(*uri));
 }
 
-std::optional<std::int32_t> int32Entry(const PdfObject& dictionary, const std::string& key) {
-    auto value = dictionary.get(key).integer();
-    if (!value) return std::nullopt;
-    return static_cast<std::int32_t>(*value);
+// Only an action whose /S is exactly "URI" gives an address.
+std::optional<std::string> urlOfMouseDown(const PdfObject& annotation) {
+    PdfObject action = annotation.get("AA").get("D");
+    auto kind = action.get("S").name();
+    if (!kind || PDFTypeName(*kind) != "URI") return std::nullopt;
+    return urlOfAction(action, action.get("URI").textString());
 }
 
-std::optional<std::vector<float>> readBorder(const PdfObject& array) {
-    if (!array.isArray()) return std::nullopt;
-    std::vector<float> border;
-    for (std::size_t i = 0; i < array.arrayLength(); ++i) {
-        if (auto number = array.at(i).number()) border.push_back(static_cast<float>(*number));
-    }
-    return border;
-}
-
-std::optional<AnnotInfo::BorderStyle> readBorderStyle(const PdfObject& bs) {
-    if (!bs.isDictionary()) return std::nullopt;
-    AnnotInfo::BorderStyle style;
-    if (auto w = bs.get("W").integer()) style.w = static_cast<long>(*w);
-    style.s = nameEntry(bs, "S");
-    if (bs.get("D").isArray()) style.d = "have D type here..";
-    return style;
-}
-
-AnnotInfo::ActionInfo readAction(const PdfObject& action) {
-    AnnotInfo::ActionInfo info;
-    info.type = nameEntry(action, "Type");
-    info.s = nameEntry(action, "S");
-    if (info.s && info.s->rfind("URI", 0) == 0) {
-        info.uri = action.get("URI").textString();
-        if (auto literal = action.get("URI action").textString()) info.uri = literal;
-    }
-    return info;
-}
-
-// The page "P" stands for, found through the structure tree numbers rather than the reference.
-std::optional<int> structParentPage(const platform::Document& document, const PdfObject& p,
-                                    const StructParentMap& pagesInTree) {
-    auto number = p.get("StructParent").integer();
-    if (!p.isDictionary() || !number) return std::nullopt;
-    auto found = pagesInTree.find(*number);
-    int index = found == pagesInTree.end() ? 0 : found->second;
-    if (index < 0 || index >= document.pageCount()) return std::nullopt;
-    return index;
-}
-
-// The record keeps "URI" under its own name, and the action's /S names the entry to use: only
-// /S exactly "URI" finds one. A URL is made of it once every character that is not legal in a
-// URL is escaped ("%" included, so an escape already in the text is escaped again).
-std::optional<std::string> urlOfAction(const AnnotInfo::ActionInfo& action) {
-    if (action.s != "URI" || !action.uri) return std::nullopt;
-    return platform::parseURL(platform::addingPercentEscapes(*action.uri));
-}
-
-platform::Annotation makeLink(const AnnotInfo& info) {
+platform::Annotation makeLink(const platform::Annotation& read) {
     platform::Annotation link;
     link.type = "Link";
-    link.bounds = info.rect.value_or(platform::Rect{});
+    link.bounds = read.bounds;
     return link;
 }
 
@@ -108,69 +66,48 @@ std::optional<std::string> PDFTypeName(const std::string& nameBytes) {
     return text;
 }
 
-StructParentMap buildStructParentMap(const platform::Document& document) {
-    StructParentMap map;
-    int count = document.pageCount();
-    for (int index = 0; index < count; ++index) {
-        if (auto number = document.pageObject(index).get("StructParents").integer()) {
-            map[*number] = index;
+std::optional<platform::Annotation> annotInfo(const PdfObject& annotation,
+                                              const platform::Annotation& read) {
+    // The model's subtype and rectangle are the record's: a name is its bytes up to the first
+    // NUL, so "Link" and "Widget" compare the same either way.
+    if (read.type == "Link") {
+        platform::Annotation link = makeLink(read);
+        const std::optional<platform::Action>& action = read.mouseUpAction;
+        if (action && action->kind == platform::Action::Kind::URL) {
+            link.url = urlOfAction(annotation.get("A"), action->url);
         }
-    }
-    return map;
-}
-
-AnnotInfo readAnnotInfo(const platform::Document& document, const PdfObject& annotation,
-                        const StructParentMap& pagesInTree) {
-    AnnotInfo info;
-    info.type = nameEntry(annotation, "Type");
-    info.subtype = nameEntry(annotation, "Subtype");
-    info.as = nameEntry(annotation, "AS");
-    info.rect = annotation.get("Rect").rectangle();
-    info.border = readBorder(annotation.get("Border"));
-    info.contents = annotation.get("Contents").textString();
-    info.nm = annotation.get("NM").textString();
-    info.m = annotation.get("M").textString();
-    info.f = int32Entry(annotation, "F");
-    info.structParent = int32Entry(annotation, "StructParent");
-    info.bs = readBorderStyle(annotation.get("BS"));
-    info.p = structParentPage(document, annotation.get("P"), pagesInTree);
-    PdfObject action = annotation.get("A");
-    if (info.subtype == "Link" && action.isDictionary()) info.a = readAction(action);
-    PdfObject mouseDown = annotation.get("AA").get("D");
-    if (info.subtype == "Widget" && mouseDown.isDictionary()) info.aa = readAction(mouseDown);
-    return info;
-}
-
-std::optional<platform::Annotation> annotInfo(const platform::Document& document,
-                                              const PdfObject& annotation,
-                                              const StructParentMap& pagesInTree) {
-    AnnotInfo info = readAnnotInfo(document, annotation, pagesInTree);
-    if (info.subtype == "Link") {
-        platform::Annotation link = makeLink(info);
-        if (info.a) link.url = urlOfAction(*info.a);
         return link;
     }
-    if (info.subtype == "Widget" && info.aa) {
-        platform::Annotation link = makeLink(info);
-        link.url = urlOfAction(*info.aa);
+    if (read.type == "Widget") {
+        platform::Annotation link = makeLink(read);
+        link.url = urlOfMouseDown(annotation);
         if (link.url) return link;
     }
     return std::nullopt;
 }
 
-std::vector<platform::Annotation> fmAnnotations(const platform::Document& document, int pageIndex,
-                                                const StructParentMap& pagesInTree,
-                                                const platform::StopFlag& stop) {
-    std::vector<platform::Annotation> links;
+PageAnnotations readPageAnnotations(const platform::Document& document, int pageIndex,
+                                    const platform::StopFlag& stop) {
+    PageAnnotations page;
     PdfObject annots = document.pageObject(pageIndex).get("Annots");
     std::size_t count = annots.arrayLength();
+    bool stopped = false;
     for (std::size_t i = 0; i < count; ++i) {
-        if (stop.isSet()) break;
+        stopped = stopped || stop.isSet();
         PdfObject entry = annots.at(i);
         if (!entry.isDictionary()) continue;
-        if (auto link = annotInfo(document, entry, pagesInTree)) links.push_back(std::move(*link));
+        page.annotations.push_back(document.annotation(entry));
+        if (stopped) continue;
+        if (auto link = annotInfo(entry, page.annotations.back())) {
+            page.links.push_back(std::move(*link));
+        }
     }
-    return links;
+    return page;
+}
+
+std::vector<platform::Annotation> fmAnnotations(const platform::Document& document, int pageIndex,
+                                                const platform::StopFlag& stop) {
+    return readPageAnnotations(document, pageIndex, stop).links;
 }
 
 }  // namespace pdf

@@ -67,6 +67,9 @@ void syncFolder(const std::filesystem::path& folder) {
     ::close(fd);
 }
 
+// Pieces are gathered up to this size before they are written.
+constexpr std::size_t kWriteBuffer = 64 * 1024;
+
 constexpr std::size_t kUniqueLength = 6;  // the "XXXXXX" mkstemp fills with letters and digits
 
 // ".<name>." for target's siblings. Their names are the target's with 8 bytes more; a target
@@ -141,9 +144,28 @@ Status SiblingFile::placeOverTarget(bool durable) {
 }
 
 Status writeFileAtomically(const std::string& path, std::string_view bytes) {
+    return writeFileAtomically(path, [bytes](const ByteSink& out) { return out(bytes); });
+}
+
+Status writeFileAtomically(const std::string& path,
+                           const std::function<bool(const ByteSink& out)>& writeContent) {
     SiblingFile file(path);
     if (!file.created()) return file.created();
-    if (!writeAll(file.fd(), bytes)) return systemError("cannot write", file.path(), errno);
+    std::string buffer;
+    buffer.reserve(kWriteBuffer);
+    const int fd = file.fd();
+    ByteSink out = [&buffer, fd](std::string_view piece) {
+        if (buffer.size() + piece.size() > kWriteBuffer) {
+            if (!writeAll(fd, buffer)) return false;
+            buffer.clear();
+        }
+        if (piece.size() >= kWriteBuffer) return writeAll(fd, piece);
+        buffer.append(piece);
+        return true;
+    };
+    if (!writeContent(out) || !writeAll(fd, buffer)) {
+        return systemError("cannot write", file.path(), errno);
+    }
     return file.placeOverTarget(false);
 }
 

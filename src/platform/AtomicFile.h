@@ -2,6 +2,7 @@
 // Replacing a file so that readers see either the old or the complete new content, never a
 // partial one: the new content goes into a hidden sibling, which is renamed over the target.
 
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -43,6 +44,14 @@ private:
 // it suits files that can be made again from their source. On failure path is left as it was
 // and the error says which step failed.
 Status writeFileAtomically(const std::string& path, std::string_view bytes);
+
+// Takes a file's bytes piece by piece; false once they can no longer be written.
+using ByteSink = std::function<bool(std::string_view)>;
+// The same for content handed to out in pieces, so that it need not be held whole in memory
+// first; writeContent returns what out last returned. The pieces are buffered, so small ones
+// cost no system call each.
+Status writeFileAtomically(const std::string& path,
+                           const std::function<bool(const ByteSink& out)>& writeContent);
 
 // Removes the siblings a killed process left beside target: files named as SiblingFile names
 // them, owned by this user and not locked by the job writing them. Call it while no other job of

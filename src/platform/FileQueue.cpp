@@ -20,8 +20,8 @@ FileQueue::~FileQueue() {
     }
 }
 
-void FileQueue::write(std::string path, std::function<std::string()> makeBytes) {
-    batch_.emplace_back(std::move(path), std::move(makeBytes));
+void FileQueue::write(std::string path, std::function<bool(const ByteSink& out)> writeContent) {
+    batch_.emplace_back(std::move(path), std::move(writeContent));
     if (batch_.size() >= kBatchFiles) handOver();
 }
 
@@ -33,8 +33,8 @@ void FileQueue::finish() {
 void FileQueue::handOver() {
     if (batch_.empty()) return;
     worker_.submit([files = std::move(batch_)] {
-        for (const auto& [path, makeBytes] : files) {
-            static_cast<void>(writeFileAtomically(path, makeBytes()));
+        for (const auto& [path, writeContent] : files) {
+            static_cast<void>(writeFileAtomically(path, writeContent));
         }
     });
     batch_.clear();

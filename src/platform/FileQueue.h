@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/AtomicFile.h"
 #include "platform/SerialWorker.h"
 
 namespace platform {
@@ -20,11 +21,12 @@ public:
     FileQueue(const FileQueue&) = delete;
     FileQueue& operator=(const FileQueue&) = delete;
 
-    // Queues the file; its bytes are made on the writing thread, so that making them (printing
-    // an XML tree, say) overlaps the caller's work too. makeBytes must own what it reads. A file
-    // that cannot be written leaves its path as it was; whoever reads the files treats a missing
-    // one as empty, and there is no one to tell.
-    void write(std::string path, std::function<std::string()> makeBytes);
+    // Queues the file; its bytes are made on the writing thread and handed to out in pieces
+    // (see writeFileAtomically), so that making them (printing an XML file, say) overlaps the
+    // caller's work too and the file is never held whole. writeContent must own what it reads.
+    // A file that cannot be written leaves its path as it was; whoever reads the files treats a
+    // missing one as empty, and there is no one to tell.
+    void write(std::string path, std::function<bool(const ByteSink& out)> writeContent);
     // Writes every file queued before returning; throws when making one ran out of memory (the
     // files after it are then not written).
     void finish();
@@ -33,7 +35,7 @@ private:
     void handOver();
 
     SerialWorker worker_;
-    std::vector<std::pair<std::string, std::function<std::string()>>> batch_;
+    std::vector<std::pair<std::string, std::function<bool(const ByteSink&)>>> batch_;
 };
 
 }  // namespace platform

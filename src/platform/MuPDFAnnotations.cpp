@@ -110,13 +110,15 @@ std::vector<Annotation> Document::annotations(int index) const {
     PdfObject annots = pageObject(index).get("Annots");
     std::size_t count = annots.arrayLength();
     std::vector<Annotation> result;
-    if (count == 0) return result;
-    PdfObject root = catalog();
     for (std::size_t i = 0; i < count; ++i) {
         PdfObject entry = annots.at(i);
-        if (entry.isDictionary()) result.push_back(readAnnotation(*m_->engine, root, entry));
+        if (entry.isDictionary()) result.push_back(annotation(entry));
     }
     return result;
+}
+
+Annotation Document::annotation(const PdfObject& dictionary) const {
+    return readAnnotation(*m_->engine, catalog(), dictionary);
 }
 
 Status Document::addLink(int index, const Rect& bounds, const std::optional<std::string>& url,

@@ -68,6 +68,8 @@ public:
     int rotation(int index) const;          // the inherited /Rotate as 0, 90, 180 or 270
     Rect cropBox(int index) const;  // inherited /CropBox clipped to /MediaBox, else /MediaBox
     std::vector<Annotation> annotations(int index) const;  // in /Annots order
+    // One dictionary of a page's /Annots, read as annotations() reads each entry.
+    Annotation annotation(const PdfObject& dictionary) const;
     Result<PageText> pageText(int index) const;
 
     // Appends a link annotation to the page; the document is changed in memory only.

@@ -207,31 +207,6 @@ void XmlNode::appendCData(std::string_view text) {
     nodeOf(node_).append_child(pugi::node_cdata).set_value(xmlSafe(text).c_str());
 }
 
-XmlNode XmlNode::appendCopy(const XmlNode& from) {
-    pugi::xml_node source = nodeOf(from.node_);
-    if (!source) return {};
-    return handleOf(nodeOf(node_).append_copy(source));
-}
-
-XmlNode XmlNode::appendParsed(const std::string& text) {
-    pugi::xml_node node = nodeOf(node_);
-    if (!node) return {};
-    pugi::xml_node before = node.last_child();
-    pugi::xml_parse_result result = node.append_buffer(
-        text.data(), text.size(), pugi::parse_default | pugi::parse_fragment, pugi::encoding_utf8);
-    pugi::xml_node added = before ? before.next_sibling() : node.first_child();
-    if (result && added && added == node.last_child() && added.type() == pugi::node_element) {
-        return handleOf(added);
-    }
-    // A failed parse leaves what it read so far; none of it stays.
-    while (added) {
-        pugi::xml_node next = added.next_sibling();
-        node.remove_child(added);
-        added = next;
-    }
-    return {};
-}
-
 std::string XmlNode::toCompactString() const {
     StringWriter writer;
     nodeOf(node_).print(

@@ -51,11 +51,6 @@ public:
 
     XmlNode appendChild(std::string_view name);  // a new, empty element after the last child
     void appendCData(std::string_view text);     // a "]]>" inside is split over two sections
-    // Appends a deep copy of an element, possibly from another document; returns the copy.
-    XmlNode appendCopy(const XmlNode& from);
-    // Parses text that XmlDocument::parse takes (one element and nothing beside it) straight
-    // into a new last child and returns it; null, with nothing appended, for any other text.
-    XmlNode appendParsed(const std::string& text);
 
     // The element's compact text (see above); empty for a null handle.
     std::string toCompactString() const;

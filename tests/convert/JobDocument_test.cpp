@@ -9,7 +9,7 @@ namespace {
 
 convert::JobDocument openBook(const testsupport::TempDir& dir) {
     testsupport::PdfFixture pdf;
-    pdf.page({0, 0, 600, 800}).pageEntry("StructParents", "4").page({0, 0, 1400, 800});
+    pdf.page({0, 0, 600, 800}).page({0, 0, 1400, 800});
     pdf.write(dir / "book.pdf");
     platform::Result<platform::Document> document = platform::Document::open(dir / "book.pdf");
     EXPECT_TRUE(document.ok());
@@ -18,11 +18,10 @@ convert::JobDocument openBook(const testsupport::TempDir& dir) {
 
 }  // namespace
 
-TEST(JobDocument, MeasuresAndMapsOnce) {
+TEST(JobDocument, MeasuresOnce) {
     testsupport::TempDir dir;
     convert::JobDocument job = openBook(dir);
     EXPECT_EQ(job.document().pageCount(), 2);
-    EXPECT_EQ(job.structParents(), (pdf::StructParentMap{{4, 0}}));
     auto pages = job.widePagesFor(1, false, 1.0, 700);
     EXPECT_EQ(pages->widthsOfPDF, (std::vector<int>{600, 1400}));
     EXPECT_EQ(pages->indexesOfPDFDivided, (std::vector<std::int64_t>{1, 2}));

@@ -7,7 +7,6 @@
 
 namespace {
 
-using pdf::AnnotInfo;
 using platform::Annotation;
 using platform::Document;
 using testsupport::PdfFixture;
@@ -51,7 +50,7 @@ protected:
         for (const auto& annot : annots) fixture.annot(annot);
         Document doc = open(fixture);
         platform::NeverStop never;
-        return describe(pdf::fmAnnotations(doc, 0, pdf::buildStructParentMap(doc), never));
+        return describe(pdf::fmAnnotations(doc, 0, never));
     }
     testsupport::TempDir dir_;
 };
@@ -64,72 +63,6 @@ TEST(PDFTypeName, DecodesUtf8AndRefusesOtherBytes) {
     EXPECT_EQ(pdf::PDFTypeName("\xC0\x80"), std::nullopt);      // overlong
     EXPECT_EQ(pdf::PDFTypeName("\xED\xA0\x80"), std::nullopt);  // surrogate
     EXPECT_EQ(pdf::PDFTypeName(std::string("Li\0\xFFnk", 6)), "Li");
-}
-
-TEST_F(ImprovePDFPage, StructParentMapHasPagesWithNumbers) {
-    Document doc = open(PdfFixture()
-                            .page({0, 0, 1, 1})
-                            .pageEntry("StructParents", "5")
-                            .page({0, 0, 1, 1})
-                            .page({0, 0, 1, 1})
-                            .pageEntry("StructParents", "0")
-                            .page({0, 0, 1, 1})
-                            .pageEntry("StructParents", "5")
-                            .page({0, 0, 1, 1})
-                            .pageEntry("StructParents", "2.0"));
-    EXPECT_EQ(pdf::buildStructParentMap(doc), (pdf::StructParentMap{{0, 2}, {5, 3}}));
-}
-
-TEST_F(ImprovePDFPage, RecordFindsThePageThroughStructureNumbers) {
-    std::string annots[] = {
-        "<< /Subtype /Link /P << /StructParent 7 >> >>",
-        "<< /Subtype /Link /P << /StructParent 8 >> >>",  // not found: page 0
-        "<< /Subtype /Link /P << /Type /Page >> >>",
-        "<< /Subtype /Link >>",
-    };
-    std::optional<int> expected[] = {3, 0, std::nullopt, std::nullopt};
-    PdfFixture withAnnots;
-    withAnnots.pages(3, {0, 0, 1, 1});
-    withAnnots.page({0, 0, 1, 1}).pageEntry("StructParents", "7");
-    for (const auto& annot : annots) withAnnots.annot(annot);
-    Document doc = open(withAnnots);
-    pdf::StructParentMap map = pdf::buildStructParentMap(doc);
-    platform::PdfObject list = doc.pageObject(3).get("Annots");
-    for (std::size_t i = 0; i < 4; ++i) {
-        SCOPED_TRACE(i);
-        EXPECT_EQ(pdf::readAnnotInfo(doc, list.at(i), map).p, expected[i]);
-    }
-}
-
-TEST_F(ImprovePDFPage, RecordReadsThePlainKeys) {
-    PdfFixture fixture;
-    fixture.page({0, 0, 600, 800})
-        .annot(
-            "<< /Type /Annot /Subtype /Link /AS /Off /Rect [30 40 10 20] "
-            "/Border [0 0 1.5 /x] /Contents (hello) /NM (n1) /M (D:2024) /F 4 "
-            "/StructParent 3 /BS << /W 2 /S /D /D [3 2] >> "
-            "/A << /Type /Action /S /URI /URI (http://a/) >> >>");
-    Document doc = open(fixture);
-    AnnotInfo info = pdf::readAnnotInfo(doc, doc.pageObject(0).get("Annots").at(0), {});
-    EXPECT_EQ(info.type, "Annot");
-    EXPECT_EQ(info.subtype, "Link");
-    EXPECT_EQ(info.as, "Off");
-    EXPECT_EQ(info.rect, (platform::Rect{10, 20, 20, 20}));
-    EXPECT_EQ(info.border, (std::vector<float>{0, 0, 1.5f}));
-    EXPECT_EQ(info.contents, "hello");
-    EXPECT_EQ(info.nm, "n1");
-    EXPECT_EQ(info.m, "D:2024");
-    EXPECT_EQ(info.f, 4);
-    EXPECT_EQ(info.structParent, 3);
-    ASSERT_TRUE(info.bs.has_value());
-    EXPECT_EQ(info.bs->w, 2);
-    EXPECT_EQ(info.bs->s, "D");
-    EXPECT_EQ(info.bs->d, "have D type here..");
-    ASSERT_TRUE(info.a.has_value());
-    EXPECT_EQ(info.a->type, "Action");
-    EXPECT_EQ(info.a->s, "URI");
-    EXPECT_EQ(info.a->uri, "http://a/");
-    EXPECT_FALSE(info.aa.has_value());
 }
 
 TEST_F(ImprovePDFPage, ReversedRectCornersGiveTheSameBounds) {
@@ -229,15 +162,15 @@ TEST_F(ImprovePDFPage, NonDictionaryEntriesAreSkipped) {
         .annot("<< /Subtype /Link /Rect [1 1 2 2] >>");
     Document doc = open(fixture);
     platform::NeverStop never;
-    EXPECT_EQ(describe(pdf::fmAnnotations(doc, 0, {}, never)), "Link [1 1 1 1] -\n");
+    EXPECT_EQ(describe(pdf::fmAnnotations(doc, 0, never)), "Link [1 1 1 1] -\n");
 }
 
 TEST_F(ImprovePDFPage, PageWithoutAnnotsArrayHasNoLinks) {
     platform::NeverStop never;
     Document doc = open(PdfFixture().page({0, 0, 1, 1}).page({0, 0, 1, 1}).annotsValue("<< >>"));
-    EXPECT_TRUE(pdf::fmAnnotations(doc, 0, {}, never).empty());
-    EXPECT_TRUE(pdf::fmAnnotations(doc, 1, {}, never).empty());
-    EXPECT_TRUE(pdf::fmAnnotations(doc, 5, {}, never).empty());
+    EXPECT_TRUE(pdf::fmAnnotations(doc, 0, never).empty());
+    EXPECT_TRUE(pdf::fmAnnotations(doc, 1, never).empty());
+    EXPECT_TRUE(pdf::fmAnnotations(doc, 5, never).empty());
 }
 
 TEST_F(ImprovePDFPage, StopFlagEndsTheListEarly) {
@@ -248,7 +181,7 @@ TEST_F(ImprovePDFPage, StopFlagEndsTheListEarly) {
     }
     Document doc = open(fixture);
     StopAfter stop(2);
-    auto links = pdf::fmAnnotations(doc, 0, {}, stop);
+    auto links = pdf::fmAnnotations(doc, 0, stop);
     ASSERT_EQ(links.size(), 2u);
     EXPECT_EQ(links[1].bounds.x, 1);
     EXPECT_EQ(stop.polls(), 3);

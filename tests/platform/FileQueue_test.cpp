@@ -14,8 +14,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::function<std::string()> bytes(std::string text) {
-    return [text = std::move(text)] { return text; };
+std::function<bool(const platform::ByteSink&)> bytes(std::string text) {
+    return [text = std::move(text)](const platform::ByteSink& out) { return out(text); };
 }
 
 std::string readFile(const fs::path& path) {
@@ -61,13 +61,32 @@ TEST(FileQueue, BytesAreMadeOnTheWritingThread) {
     std::thread::id madeOn;
     {
         platform::FileQueue files;
-        files.write((dir / "1.xml").string(), [&madeOn] {
+        files.write((dir / "1.xml").string(), [&madeOn](const platform::ByteSink& out) {
             madeOn = std::this_thread::get_id();
-            return std::string("made");
+            return out("ma") && out("de");
         });
     }
     EXPECT_EQ(readFile(dir.path() / "1.xml"), "made");
     EXPECT_NE(madeOn, std::this_thread::get_id());
+}
+
+TEST(FileQueue, ContentLargerThanTheWriteBufferArrivesWhole) {
+    testsupport::TempDir dir;
+    std::string expected;
+    {
+        platform::FileQueue files;
+        files.write((dir / "1.xml").string(), [&expected](const platform::ByteSink& out) {
+            for (int i = 0; i < 30000; ++i) {
+                std::string piece = "<a n=\"" + std::to_string(i) + "\"></a>";
+                expected += piece;
+                if (!out(piece)) return false;
+            }
+            std::string big(200000, 'x');
+            expected += big;
+            return out(big);
+        });
+    }
+    EXPECT_EQ(readFile(dir.path() / "1.xml"), expected);
 }
 
 TEST(FileQueue, FileThatCannotBeWrittenLeavesTheOthers) {

@@ -47,7 +47,6 @@ std::optional<std::string> unlockingPassword(platform::Document& document, const
 
 LinkCounts readEveryPage(const platform::Document& document) {
     LinkCounts counts;
-    pdf::StructParentMap map = pdf::buildStructParentMap(document);
     platform::NeverStop never;
     int count = document.pageCount();
     for (int index = 0; index < count; ++index) {
@@ -61,7 +60,7 @@ LinkCounts readEveryPage(const platform::Document& document) {
             counts.uri += a.mouseUpAction->kind == platform::Action::Kind::URL ? 1 : 0;
             counts.named += a.mouseUpAction->kind == platform::Action::Kind::Named ? 1 : 0;
         }
-        pdf::fmAnnotations(document, index, map, never);
+        pdf::fmAnnotations(document, index, never);
         auto text = document.pageText(index);
         if (text.ok()) {
             EXPECT_EQ(text->text.size(), text->boxes.size());

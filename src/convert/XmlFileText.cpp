@@ -1,0 +1,40 @@
+#include "convert/XmlFileText.h"
+
+#include <algorithm>
+
+namespace convert {
+namespace {
+
+// Big enough that writing costs one call per block, small enough that the last block's spare
+// room stays a small part of a big file.
+constexpr std::size_t kBlockSize = 64 * 1024;
+
+}  // namespace
+
+XmlFileText::XmlFileText(const platform::XmlDocument& document, const platform::XmlNode& list) {
+    std::string text = document.toCompactString();
+    // An empty element prints as its start tag followed by its end tag, and nothing after the
+    // list's end tag can be another end tag of its name.
+    std::size_t end = text.rfind("</" + list.name() + ">");
+    if (end == std::string::npos) end = text.size();
+    head_ = text.substr(0, end);
+    tail_ = text.substr(end);
+}
+
+void XmlFileText::append(std::string_view element) {
+    if (blocks_.empty() || blocks_.back().size() + element.size() > kBlockSize) {
+        blocks_.emplace_back();
+        blocks_.back().reserve(std::max(kBlockSize, element.size()));
+    }
+    blocks_.back().append(element);
+}
+
+bool XmlFileText::writeTo(const platform::ByteSink& out) const {
+    if (!out(head_)) return false;
+    for (const std::string& block : blocks_) {
+        if (!out(block)) return false;
+    }
+    return out(tail_);
+}
+
+}  // namespace convert
