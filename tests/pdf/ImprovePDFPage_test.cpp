@@ -187,4 +187,33 @@ TEST_F(ImprovePDFPage, StopFlagEndsTheListEarly) {
     EXPECT_EQ(stop.polls(), 3);
 }
 
+TEST_F(ImprovePDFPage, OneWalkGivesTheModelsListAndTheRawLinks) {
+    PdfFixture fixture;
+    fixture.page({0, 0, 600, 800})
+        .annot("<< /Subtype /Link /Rect [0 0 1 1] /A << /S /URI /URI (http://a/) >> >>")
+        .annot("<< /Subtype /Text /Rect [0 0 2 2] >>")
+        .annot(
+            "<< /Subtype /Widget /Rect [0 0 3 3] /AA << /D << /S /URI /URI (http://w/) >> >> >>");
+    Document doc = open(fixture);
+    platform::NeverStop never;
+    pdf::PageAnnotations page = pdf::readPageAnnotations(doc, 0, never);
+    EXPECT_EQ(describe(page.annotations), describe(doc.annotations(0)));
+    EXPECT_EQ(describe(page.annotations),
+              "Link [0 0 1 1] http://a/\nText [0 0 2 2] -\nWidget [0 0 3 3] -\n");
+    EXPECT_EQ(describe(page.links), "Link [0 0 1 1] http://a/\nLink [0 0 3 3] http://w/\n");
+}
+
+TEST_F(ImprovePDFPage, StopEndsTheRawLinksButNotTheModelsList) {
+    PdfFixture fixture;
+    fixture.page({0, 0, 600, 800});
+    for (int i = 0; i < 4; ++i) {
+        fixture.annot("<< /Subtype /Link /Rect [" + std::to_string(i) + " 0 10 10] >>");
+    }
+    Document doc = open(fixture);
+    StopAfter stop(1);
+    pdf::PageAnnotations page = pdf::readPageAnnotations(doc, 0, stop);
+    EXPECT_EQ(page.annotations.size(), 4u);
+    EXPECT_EQ(page.links.size(), 1u);
+}
+
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <sstream>
 #include <string>
@@ -58,6 +59,14 @@ inline std::vector<std::string> textLinkArguments(const fs::path& input,
 
 inline std::map<std::string, std::string> environmentFor(const fs::path& temporaryDirectory) {
     return {{"TMPDIR", temporaryDirectory.string()}};
+}
+
+// The tool to run where its memory is measured or limited: the tests' own when it has no
+// sanitizer, else the one PDFA_PLAIN_TOOL names; empty when there is none.
+inline std::string plainTool() {
+    if (!kToolHasAsan) return PDFA_TOOL;
+    const char* path = std::getenv("PDFA_PLAIN_TOOL");
+    return path != nullptr && fs::is_regular_file(path) ? path : "";
 }
 
 // Ended by itself, within the time limit, with no signal.
