@@ -29,7 +29,9 @@ namespace {
 std::string fillLinkFormat(std::int32_t left, std::int32_t top, std::int32_t width,
                            std::int32_t height, std::int32_t id, const std::string& type,
                            const std::string& content, const std::string& target) {
-    TextTemplate linkTemplate{std::string(AnimationLinkFormat)};
+    // Every call sets all eight items, so one template per thread serves them all and keeps its
+    // items' and its output's memory: a page may hold hundreds of thousands of links.
+    thread_local TextTemplate linkTemplate{std::string(AnimationLinkFormat)};
     linkTemplate.setItem("id", std::to_string(id));
     linkTemplate.setItem("left", std::to_string(left));
     linkTemplate.setItem("top", std::to_string(top));
