@@ -143,10 +143,6 @@ Status SiblingFile::placeOverTarget(bool durable) {
     return Done{};
 }
 
-Status writeFileAtomically(const std::string& path, std::string_view bytes) {
-    return writeFileAtomically(path, [bytes](const ByteSink& out) { return out(bytes); });
-}
-
 Status writeFileAtomically(const std::string& path,
                            const std::function<bool(const ByteSink& out)>& writeContent) {
     SiblingFile file(path);

@@ -40,16 +40,14 @@ private:
     Status created_ = Done{};
 };
 
-// Writes bytes to a sibling of path and renames it over path. The write is not flushed to disk:
-// it suits files that can be made again from their source. On failure path is left as it was
-// and the error says which step failed.
-Status writeFileAtomically(const std::string& path, std::string_view bytes);
-
 // Takes a file's bytes piece by piece; false once they can no longer be written.
 using ByteSink = std::function<bool(std::string_view)>;
-// The same for content handed to out in pieces, so that it need not be held whole in memory
-// first; writeContent returns what out last returned. The pieces are buffered, so small ones
-// cost no system call each.
+
+// Writes the bytes writeContent hands to out, in pieces so that they need not be held whole in
+// memory first, to a sibling of path and renames it over path; writeContent returns false when
+// out did. The pieces are buffered, so small ones cost no system call each. The write is not
+// flushed to disk: it suits files that can be made again from their source. On failure path is
+// left as it was and the error says which step failed.
 Status writeFileAtomically(const std::string& path,
                            const std::function<bool(const ByteSink& out)>& writeContent);
 

@@ -24,12 +24,29 @@ std::size_t entryCount(const std::filesystem::path& folder) {
     return count;
 }
 
+// The bytes as one piece.
+platform::Status writeWhole(const std::string& path, std::string_view bytes) {
+    return platform::writeFileAtomically(
+        path, [bytes](const platform::ByteSink& out) { return out(bytes); });
+}
+
 }  // namespace
+
+TEST(AtomicFile, ContentThatCannotBeMadeLeavesTheOldFile) {
+    testsupport::TempDir dir;
+    const std::string path = (dir / "1.xml").string();
+    ASSERT_TRUE(writeWhole(path, "old").ok());
+    platform::Status status = platform::writeFileAtomically(
+        path, [](const platform::ByteSink& out) { return out(std::string(100000, 'x')) && false; });
+    EXPECT_FALSE(status.ok());
+    EXPECT_EQ(readFile(path), "old");
+    EXPECT_EQ(entryCount(dir.path()), 1u);
+}
 
 TEST(AtomicFile, WritesANewFile) {
     testsupport::TempDir dir;
     std::string path = dir / "1.xml";
-    ASSERT_TRUE(platform::writeFileAtomically(path, std::string("<a>\0b</a>", 9)).ok());
+    ASSERT_TRUE(writeWhole(path, std::string("<a>\0b</a>", 9)).ok());
     EXPECT_EQ(readFile(path), std::string("<a>\0b</a>", 9));
     EXPECT_EQ(entryCount(dir.path()), 1u);
 }
@@ -39,7 +56,7 @@ TEST(AtomicFile, ReplacesAnExistingFileKeepingItsPermissions) {
     std::string path = dir / "1.xml";
     std::ofstream(path) << "old content that is longer";
     ::chmod(path.c_str(), 0640);
-    ASSERT_TRUE(platform::writeFileAtomically(path, "new").ok());
+    ASSERT_TRUE(writeWhole(path, "new").ok());
     EXPECT_EQ(readFile(path), "new");
     struct stat info {};
     ASSERT_EQ(::stat(path.c_str(), &info), 0);
@@ -49,7 +66,7 @@ TEST(AtomicFile, ReplacesAnExistingFileKeepingItsPermissions) {
 
 TEST(AtomicFile, FailsInAMissingFolder) {
     testsupport::TempDir dir;
-    platform::Status status = platform::writeFileAtomically(dir / "no/such/1.xml", "x");
+    platform::Status status = writeWhole(dir / "no/such/1.xml", "x");
     ASSERT_FALSE(status.ok());
     EXPECT_EQ(status.error().code, platform::Error::Code::System);
     EXPECT_EQ(entryCount(dir.path()), 0u);
@@ -59,7 +76,7 @@ TEST(AtomicFile, FailsOverAFolderAndLeavesNoTemporaryFile) {
     testsupport::TempDir dir;
     std::filesystem::create_directory(dir / "target");
     std::ofstream(dir / "target" / "inside") << "x";
-    EXPECT_FALSE(platform::writeFileAtomically(dir / "target", "x").ok());
+    EXPECT_FALSE(writeWhole(dir / "target", "x").ok());
     EXPECT_EQ(entryCount(dir.path()), 1u);
     EXPECT_EQ(readFile(dir / "target" / "inside"), "x");
 }
