@@ -232,3 +232,64 @@ TEST(DataDetectorPhones, ShortNumbersAreNotReported) {
 }
 
 }  // namespace
+
+namespace {
+
+// Set once it has been asked a given number of times.
+class StopAfter final : public platform::StopFlag {
+public:
+    explicit StopAfter(int answers) : left_(answers) {}
+    bool isSet() const override { return left_-- <= 0; }
+
+private:
+    mutable int left_;
+};
+
+std::u16string repeated(std::u16string_view piece, std::size_t times) {
+    std::u16string text;
+    for (std::size_t i = 0; i < times; ++i) text += piece;
+    return text;
+}
+
+// A line of 200,000 numbers would take the matcher over half an hour; a stop ends the scan
+// after what it found so far, which is the start of the full list.
+TEST(DataDetectorStop, AStopEndsTheScanOfOneLongLine) {
+    const std::u16string text = repeated(u"13812345678 ", 200000);
+    const std::vector<TextMatch> found =
+        platform::findMatches(text, platform::kDetectPhoneNumbers, StopAfter(20));
+    ASSERT_FALSE(found.empty());
+    EXPECT_LT(found.size(), 20u);
+    for (std::size_t k = 0; k < found.size(); ++k) {
+        EXPECT_EQ(found[k].location, 12 * k);
+        EXPECT_EQ(found[k].phoneNumber, "13812345678");
+    }
+}
+
+TEST(DataDetectorStop, AStopEndsTheLinkScan) {
+    const std::u16string text = repeated(u"www.a.cn ", 100000);
+    const std::vector<TextMatch> found =
+        platform::findMatches(text, platform::kDetectLinks, StopAfter(3));
+    ASSERT_FALSE(found.empty());
+    EXPECT_LT(found.size(), 10000u);
+    for (std::size_t k = 0; k < found.size(); ++k) EXPECT_EQ(found[k].location, 9 * k);
+    EXPECT_TRUE(platform::findMatches(text, platform::kDetectLinks | platform::kDetectPhoneNumbers,
+                                      StopAfter(0))
+                    .empty());
+}
+
+// 200,000 addresses on one line of a megabyte, and four million digits: each found whole,
+// in time that grows with the text.
+TEST(DataDetectorStop, HugeLinesAreScannedWhole) {
+    const std::u16string addresses = repeated(u"a@b.cn ", 200000);
+    const std::vector<TextMatch> links =
+        platform::findMatches(addresses, platform::kDetectLinks | platform::kDetectPhoneNumbers);
+    ASSERT_EQ(links.size(), 200000u);
+    EXPECT_EQ(links.back().location, 7u * 199999);
+    EXPECT_EQ(links.back().url, "mailto:a@b.cn");
+    const std::u16string digits = repeated(u"1234567890", 400000);
+    EXPECT_TRUE(
+        platform::findMatches(digits, platform::kDetectLinks | platform::kDetectPhoneNumbers)
+            .empty());
+}
+
+}  // namespace
