@@ -202,6 +202,9 @@ TEST(DataDetectorPhones, EdgesOfTheStretches) {
              u"13812345678                          ext 123",
              u"3/10/2011 13812345678",
              u"211-227 (2003) 13812345678",
+             u"\xD800"
+             u"13812345678 \xDC00"
+             u"010-12345678\xD83D",
              u"\U0001D7CF\U0001D7D1\U0001D7D6 1234 5678",
          }) {
         expectSameAsWholeText(text);
