@@ -379,9 +379,17 @@ bool joinsLines(std::u16string_view text, std::size_t n) {
     return false;
 }
 
-void appendLinksOfText(std::u16string_view text, std::vector<TextMatch>& out) {
-    std::size_t i = 0;
+// How many units the scan goes between two looks at the stop flag.
+constexpr std::size_t kStopPollUnits = 4096;
+
+void appendLinksOfText(std::u16string_view text, const StopFlag& stop,
+                       std::vector<TextMatch>& out) {
+    std::size_t i = 0, nextPoll = 0;
     while (i < text.size()) {
+        if (i >= nextPoll) {
+            if (stop.isSet()) return;
+            nextPoll = i + kStopPollUnits;
+        }
         const CodePoint c = codePointAt(text, i);
         if (!isWordChar(c.value) || gluesToPrevious(codePointBefore(text, i))) {
             i += c.size;
@@ -401,12 +409,13 @@ void appendLinksOfText(std::u16string_view text, std::vector<TextMatch>& out) {
 
 }  // namespace
 
-void appendLinkMatches(std::u16string_view text, std::vector<TextMatch>& out) {
+void appendLinkMatches(std::u16string_view text, const StopFlag& stop,
+                       std::vector<TextMatch>& out) {
     std::vector<std::size_t> joins;  // the line breaks left out, as positions in text
     for (std::size_t n = text.find(u'\n'); n != text.npos; n = text.find(u'\n', n + 1)) {
         if (joinsLines(text, n)) joins.push_back(n);
     }
-    if (joins.empty()) return appendLinksOfText(text, out);
+    if (joins.empty()) return appendLinksOfText(text, stop, out);
 
     std::u16string joined;
     joined.reserve(text.size());
@@ -417,7 +426,7 @@ void appendLinkMatches(std::u16string_view text, std::vector<TextMatch>& out) {
     }
     joined.append(text.substr(from));
     const std::size_t first = out.size();
-    appendLinksOfText(joined, out);
+    appendLinksOfText(joined, stop, out);
     // Back to positions in text: a unit of joined text lies one further on for every break
     // left out before it.
     auto inText = [&joins](std::size_t j) {

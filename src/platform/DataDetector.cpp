@@ -30,18 +30,18 @@ std::vector<TextMatch> merge(std::vector<TextMatch> links, std::vector<TextMatch
 
 }  // namespace
 
-std::vector<TextMatch> findMatches(std::u16string_view text, unsigned types) {
+std::vector<TextMatch> findMatches(std::u16string_view text, unsigned types, const StopFlag& stop) {
     std::vector<TextMatch> links;
     std::vector<TextMatch> phones;
-    if (types & kDetectLinks) detail::appendLinkMatches(text, links);
-    if (types & kDetectPhoneNumbers) detail::appendPhoneMatches(text, phones);
+    if (types & kDetectLinks) detail::appendLinkMatches(text, stop, links);
+    if (types & kDetectPhoneNumbers) detail::appendPhoneMatches(text, stop, phones);
     return merge(std::move(links), std::move(phones));
 }
 
 URLFinder::URLFinder(std::vector<TextMatch> matches) : matches_(std::move(matches)) {}
 
-URLFinder URLFinder::forText(std::u16string_view text) {
-    return URLFinder(findMatches(text, kDetectLinks | kDetectPhoneNumbers));
+URLFinder URLFinder::forText(std::u16string_view text, const StopFlag& stop) {
+    return URLFinder(findMatches(text, kDetectLinks | kDetectPhoneNumbers, stop));
 }
 
 const TextMatch* URLFinder::matchAtIndex(std::size_t index) const {

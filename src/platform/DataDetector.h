@@ -19,14 +19,16 @@
 // that is no valid URL; nullopt when neither form is.
 //
 // Telephone numbers: libphonenumber's matcher with the default region "CN" and the leniency
-// "possible"; numbers written with "+" and a country code are found whatever the region. A
-// number that overlaps a link is not reported.
+// "possible"; numbers written with "+" and a country code are found whatever the region. Only
+// numbers of seven digits or more are reported, and none that overlaps a link.
 
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "platform/StopFlag.h"
 
 namespace platform {
 
@@ -43,15 +45,18 @@ struct TextMatch {
 enum DetectorTypes : unsigned { kDetectLinks = 1, kDetectPhoneNumbers = 2 };
 
 // The matches of the kinds asked for (a bit set of DetectorTypes), ordered by location and not
-// overlapping.
-std::vector<TextMatch> findMatches(std::u16string_view text, unsigned types);
+// overlapping. Time and memory grow linearly with the text. The stop flag is polled every few
+// thousand units; once it is set, what was found so far is returned.
+std::vector<TextMatch> findMatches(std::u16string_view text, unsigned types,
+                                   const StopFlag& stop = NeverStop());
 
 // Looks up the link or telephone number around an index of a text whose matches were found
 // once.
 class URLFinder {
 public:
     explicit URLFinder(std::vector<TextMatch> matches);  // as findMatches gives them
-    static URLFinder forText(std::u16string_view text);  // finds links and phone numbers
+    // Finds links and phone numbers.
+    static URLFinder forText(std::u16string_view text, const StopFlag& stop = NeverStop());
 
     // The match whose range contains the index, or nullptr. The pointer lives as the finder.
     const TextMatch* matchAtIndex(std::size_t index) const;

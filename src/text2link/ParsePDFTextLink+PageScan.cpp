@@ -84,8 +84,8 @@ void ParsePDFTextLink::parsePageWithDetector(const platform::PageText& page,
                                              std::vector<Annotation>& list,
                                              const platform::StopFlag& stop) const {
     // Both kinds are always detected so that a number inside an address is never taken alone.
-    const platform::URLFinder finder(
-        platform::findMatches(page.text, platform::kDetectLinks | platform::kDetectPhoneNumbers));
+    const platform::URLFinder finder(platform::findMatches(
+        page.text, platform::kDetectLinks | platform::kDetectPhoneNumbers, stop));
     for (const platform::TextMatch& match : finder.matches()) {
         if (stop.isSet()) return;
         const TextRange found{match.location, match.length};
@@ -114,7 +114,7 @@ void ParsePDFTextLink::parsePageByIndex(const platform::PageText& page,
                                         std::vector<Annotation>& list,
                                         const platform::StopFlag& stop) const {
     const std::u16string& text = page.text;
-    const platform::URLFinder finder = platform::URLFinder::forText(text);
+    const platform::URLFinder finder = platform::URLFinder::forText(text, stop);
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (stop.isSet()) return;
         const platform::TextMatch* around = finder.matchAtIndex(i);

@@ -57,6 +57,14 @@ inline std::vector<std::string> textLinkArguments(const fs::path& input,
             codes("input=" + pathValue(input.string()) + "|range=ALL" + extraItems)};
 }
 
+// The tool built without the sanitizer: the tests' own when they have none, else the one
+// PDFA_PLAIN_TOOL names (`make test` builds one); empty without it.
+inline std::string plainTool() {
+    if (!kToolHasAsan) return PDFA_TOOL;
+    const char* path = std::getenv("PDFA_PLAIN_TOOL");
+    return path != nullptr && fs::is_regular_file(path) ? path : "";
+}
+
 inline std::map<std::string, std::string> environmentFor(const fs::path& temporaryDirectory) {
     return {{"TMPDIR", temporaryDirectory.string()}};
 }

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <sstream>
 
+#include "platform/DataDetector.h"
 #include "platform/ICUText.h"
 #include "text2link/ParsePDFTextLink.h"
 
@@ -60,6 +62,13 @@ private:
 
 const std::u16string kMixed = u"Web www.example.org mail a@b.cn call 13812345678.";
 
+// How often the detector polls while it scans the text, before the page scan's own polls.
+int detectorPolls(std::u16string_view text) {
+    StopAtPoll never(INT_MAX);
+    platform::findMatches(text, platform::kDetectLinks | platform::kDetectPhoneNumbers, never);
+    return never.polls();
+}
+
 }  // namespace
 
 TEST(ParsePDFTextLinkParsePage, NoTextAppendsNothing) {
@@ -111,9 +120,11 @@ TEST(ParsePDFTextLinkParsePage, BoundsCoverTextOverTwoLines) {
 }
 
 TEST(ParsePDFTextLinkParsePage, DetectorPathStopsBeforeTheNextMatch) {
-    StopAtPoll stop(2);
+    const int detector = detectorPolls(kMixed);
+    ASSERT_GT(detector, 0);
+    StopAtPoll stop(detector + 2);
     EXPECT_EQ(scan(jobOfType(3), kMixed, stop), "Link [40 100 150 12] http://www.example.org\n");
-    EXPECT_EQ(stop.polls(), 2);
+    EXPECT_EQ(stop.polls(), detector + 2);
 }
 
 TEST(ParsePDFTextLinkParsePage, FallbackFindsAllThreeKinds) {
@@ -153,10 +164,11 @@ TEST(ParsePDFTextLinkParsePage, FallbackExaminesAMatchEndingTheTextAgainAtEachIn
 }
 
 TEST(ParsePDFTextLinkParsePage, FallbackPollsAtEachIndexAndStops) {
-    StopAtPoll stop(4);
+    const int detector = detectorPolls(u"ab www.a.cn x");
+    StopAtPoll stop(detector + 4);
     EXPECT_EQ(scan(jobOfType(3, false), u"ab www.a.cn x", stop), "");
-    EXPECT_EQ(stop.polls(), 4);
-    StopAtPoll later(5);
+    EXPECT_EQ(stop.polls(), detector + 4);
+    StopAtPoll later(detector + 5);
     EXPECT_EQ(scan(jobOfType(3, false), u"ab www.a.cn x", later), "Link [30 100 80 12] www.a.cn\n");
 }
 

@@ -1,0 +1,298 @@
+// The telephone-number scan shows the matcher only the text around groups of seven digits or
+// more, piece by piece on long lines. These tests hold it to what the matcher finds when it is
+// run over the whole text at once (numbers under seven digits left out), on generated text
+// made to sit at the edges of those stretches, and on the peers' published cases.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <chrono>
+#include <random>
+#include <sstream>
+
+#include "platform/DataDetectorScan.h"
+#include "platform/ICUText.h"
+#include "text2link/PeerCases.h"
+
+namespace {
+
+using platform::TextMatch;
+
+std::vector<TextMatch> screened(std::u16string_view text) {
+    std::vector<TextMatch> out;
+    platform::detail::appendPhoneMatches(text, platform::NeverStop(), out);
+    return out;
+}
+
+std::vector<TextMatch> wholeText(std::u16string_view text) {
+    std::vector<TextMatch> all, kept;
+    platform::detail::appendAllMatcherMatches(text, all);
+    for (TextMatch& m : all) {
+        if (platform::detail::digitCount(text.substr(m.location, m.length)) >= 7) {
+            kept.push_back(std::move(m));
+        }
+    }
+    return kept;
+}
+
+std::string describe(const std::vector<TextMatch>& matches) {
+    std::ostringstream out;
+    for (const TextMatch& m : matches) {
+        out << m.location << "+" << m.length << " " << m.phoneNumber << "\n";
+    }
+    return out.str();
+}
+
+void expectSameAsWholeText(std::u16string_view text) {
+    const std::vector<TextMatch> expected = wholeText(text);
+    const std::vector<TextMatch> found = screened(text);
+    EXPECT_EQ(describe(found), describe(expected)) << platform::toUTF8(text);
+}
+
+void appendCodePoint(std::u16string& text, char32_t c) {
+    if (c < 0x10000) {
+        text += static_cast<char16_t>(c);
+        return;
+    }
+    text += static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10));
+    text += static_cast<char16_t>(0xDC00 + ((c - 0x10000) & 0x3FF));
+}
+
+// Digits of one script, mostly ASCII, also Arabic-Indic, Devanagari, full width and
+// mathematical bold (outside the 16-bit range).
+std::u16string digitsOf(std::mt19937& random, int count) {
+    static const std::array<char32_t, 5> zeros = {U'0', U'\u0660', U'\u0966', U'\uFF10',
+                                                  U'\U0001D7CE'};
+    const char32_t zero = random() % 4 == 0 ? zeros[random() % zeros.size()] : U'0';
+    std::u16string digits;
+    for (int i = 0; i < count; ++i) {
+        // Mostly numbers of the region's shape, starting "1".
+        const char32_t digit = i == 0 && random() % 2 == 0 ? 1 : random() % 10;
+        appendCodePoint(digits, zero + digit);
+    }
+    return digits;
+}
+
+// Text between digit groups: punctuation numbers are written with, extension labels, words,
+// brackets, dates, times, full-width and CJK text, line breaks.
+const std::vector<std::u16string>& glue() {
+    static const std::vector<std::u16string> pieces = {
+        u" ",
+        u"-",
+        u"  ",
+        u" - ",
+        u".",
+        u"/",
+        u"(",
+        u")",
+        u"[",
+        u"]",
+        u"+",
+        u"\uFF0B",
+        u"\uFF08",
+        u"\uFF09",
+        u"\u3000",
+        u"\u00A0",
+        u"\t",
+        u",",
+        u", ",
+        u"\n",
+        u" ext ",
+        u" ext. ",
+        u" x",
+        u"x",
+        u" #",
+        u"#",
+        u" ~",
+        u" anexo ",
+        u" \u0434\u043E\u0431 ",
+        u" int ",
+        u";ext=",
+        u" EXTENSI\u00D3N: ",
+        u" Ext:",
+        u"\uFF45\uFF58\uFF54",
+        u"*",
+        u":",
+        u":3",
+        u"abc",
+        u"Tel ",
+        u"tel:",
+        u"call ",
+        u"\u4E2D\u6587",
+        u"\U0001F600",
+        u" or ",
+        u" to ",
+        u"a",
+        u"e",
+        u"-- ",
+        u"...",
+        u"~",
+        u"\u2010",
+        u"\uFF0D",
+        u"\u2212",
+        u"@",
+        u"www.",
+        u".com ",
+        u" 2012-01-02 08:00",
+        u"/2011",
+        u" (12) ",
+        u"-12",
+        u" ,,,, ,,,, ext ",
+        u"                 ",
+        u"x /x",
+        u"_",
+    };
+    return pieces;
+}
+
+// Digit groups and glue by turns, so that no run of digits is longer than the scan takes for
+// part of a number.
+std::u16string generatedText(std::mt19937& random, int tokens) {
+    std::u16string text;
+    const int first = static_cast<int>(random() % 2);
+    for (int t = first; t < first + tokens; ++t) {
+        if (t % 2 == 0) {
+            static const std::array<int, 9> lengths = {1, 2, 3, 4, 5, 7, 8, 11, 25};
+            text += digitsOf(random, lengths[random() % lengths.size()]);
+        } else {
+            text += glue()[random() % glue().size()];
+        }
+    }
+    return text;
+}
+
+TEST(DataDetectorPhones, ScreenedScanFindsWhatTheWholeTextGives) {
+    std::mt19937 random(16);
+    for (int i = 0; i < 600; ++i) {
+        const std::u16string text = generatedText(random, 1 + static_cast<int>(random() % 40));
+        expectSameAsWholeText(text);
+        if (HasFailure()) return;
+    }
+}
+
+TEST(DataDetectorPhones, LongLinesCutIntoPiecesFindWhatTheWholeTextGives) {
+    std::mt19937 random(17);
+    for (int i = 0; i < 2; ++i) {
+        std::u16string text = generatedText(random, 1500 + static_cast<int>(random() % 500));
+        std::replace(text.begin(), text.end(), u'\n', u' ');
+        expectSameAsWholeText(text);
+        if (HasFailure()) return;
+    }
+    // Numbers written one after another on one line of 10,000 units.
+    std::u16string numbers;
+    for (int i = 0; numbers.size() < 10000; ++i) {
+        numbers += i % 3 == 0   ? u"13812345678 "
+                   : i % 3 == 1 ? u"(010) 1234-5678, "
+                                : u"+44 20 7946 0958; ";
+    }
+    expectSameAsWholeText(numbers);
+}
+
+TEST(DataDetectorPhones, EdgesOfTheStretches) {
+    for (const char16_t* text : {
+             u"13812345678",
+             u"*13812345678",
+             u"(13812345678)",
+             u"+86 138 1234 5678 ext 12#",
+             u"1381234567 8",
+             u"138 1234 5678:30",
+             u"2012-01-02 08:00:30 13812345678",
+             u"+(+ (13812345678",
+             u"abc13812345678def",
+             u"12 3456 7890 , , , , , x 5#",
+             u"13812345678                          ext 123",
+             u"3/10/2011 13812345678",
+             u"211-227 (2003) 13812345678",
+             u"\xD800"
+             u"13812345678 \xDC00"
+             u"010-12345678\xD83D",
+             u"\U0001D7CF\U0001D7D1\U0001D7D6 1234 5678",
+         }) {
+        expectSameAsWholeText(text);
+    }
+}
+
+TEST(DataDetectorPhones, PeersPublishedCases) {
+    for (const std::string& name : peercases::suiteNames()) {
+        for (const peercases::Case& c : peercases::readSuite(name).cases) {
+            SCOPED_TRACE(c.id);
+            expectSameAsWholeText(platform::toUTF16(c.text));
+        }
+    }
+}
+
+// More than 64 digits in a row are no number nor part of one; the matcher never sees them.
+TEST(DataDetectorPhones, LongRunsOfDigitsAreLeftOut) {
+    const std::u16string run(100000, u'7');
+    const std::u16string text = u"Call 13812345678 " + run + u" or 010-12345678.";
+    EXPECT_EQ(describe(screened(text)),
+              "5+11 13812345678\n" + std::to_string(21 + run.size()) + "+12 010-12345678\n");
+    EXPECT_EQ(describe(screened(u"13812345678" + std::u16string(54, u'0'))), "");
+}
+
+TEST(DataDetectorPhones, ShortNumbersAreNotReported) {
+    EXPECT_EQ(describe(screened(u"Room 123456, call 12345")), "");
+    EXPECT_EQ(describe(screened(u"call 1234567")), "5+7 1234567\n");
+}
+
+}  // namespace
+
+namespace {
+
+// Set once it has been asked a given number of times.
+class StopAfter final : public platform::StopFlag {
+public:
+    explicit StopAfter(int answers) : left_(answers) {}
+    bool isSet() const override { return left_-- <= 0; }
+
+private:
+    mutable int left_;
+};
+
+std::u16string repeated(std::u16string_view piece, std::size_t times) {
+    std::u16string text;
+    for (std::size_t i = 0; i < times; ++i) text += piece;
+    return text;
+}
+
+// A line of 200,000 numbers would take the matcher over half an hour; a stop ends the scan
+// after what it found so far, which is the start of the full list.
+TEST(DataDetectorStop, AStopEndsTheScanOfOneLongLine) {
+    const std::u16string text = repeated(u"13812345678 ", 200000);
+    const std::vector<TextMatch> found =
+        platform::findMatches(text, platform::kDetectPhoneNumbers, StopAfter(20));
+    ASSERT_FALSE(found.empty());
+    EXPECT_LT(found.size(), 20u);
+    for (std::size_t k = 0; k < found.size(); ++k) {
+        EXPECT_EQ(found[k].location, 12 * k);
+        EXPECT_EQ(found[k].phoneNumber, "13812345678");
+    }
+}
+
+TEST(DataDetectorStop, AStopEndsTheLinkScan) {
+    const std::u16string text = repeated(u"www.a.cn ", 100000);
+    const std::vector<TextMatch> found =
+        platform::findMatches(text, platform::kDetectLinks, StopAfter(3));
+    ASSERT_FALSE(found.empty());
+    EXPECT_LT(found.size(), 10000u);
+    for (std::size_t k = 0; k < found.size(); ++k) EXPECT_EQ(found[k].location, 9 * k);
+    EXPECT_TRUE(platform::findMatches(text, platform::kDetectLinks | platform::kDetectPhoneNumbers,
+                                      StopAfter(0))
+                    .empty());
+}
+
+// 200,000 addresses on one line of a megabyte, and four million digits: each found whole,
+// in time that grows with the text.
+TEST(DataDetectorStop, HugeLinesAreScannedWhole) {
+    const std::u16string addresses = repeated(u"a@b.cn ", 200000);
+    const std::vector<TextMatch> links =
+        platform::findMatches(addresses, platform::kDetectLinks | platform::kDetectPhoneNumbers);
+    ASSERT_EQ(links.size(), 200000u);
+    EXPECT_EQ(links.back().location, 7u * 199999);
+    EXPECT_EQ(links.back().url, "mailto:a@b.cn");
+    const std::u16string digits = repeated(u"1234567890", 400000);
+    EXPECT_TRUE(
+        platform::findMatches(digits, platform::kDetectLinks | platform::kDetectPhoneNumbers)
+            .empty());
+}
+
+}  // namespace
