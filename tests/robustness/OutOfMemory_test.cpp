@@ -42,13 +42,6 @@ bool notStarted(const ToolResult& result) {
            result.err.find("error while loading shared libraries") != std::string::npos;
 }
 
-// The tool to run: the tests' own when it has no sanitizer, else the one PDFA_PLAIN_TOOL names.
-std::string plainTool() {
-    if (!kToolHasAsan) return PDFA_TOOL;
-    const char* path = std::getenv("PDFA_PLAIN_TOOL");
-    return path != nullptr && fs::is_regular_file(path) ? path : "";
-}
-
 Limits limitOf(long mib) { return Limits{std::chrono::minutes(2), mib, 256, false}; }
 
 class OutOfMemory : public testing::Test {

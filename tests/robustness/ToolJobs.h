@@ -60,6 +60,15 @@ inline std::map<std::string, std::string> environmentFor(const fs::path& tempora
     return {{"TMPDIR", temporaryDirectory.string()}};
 }
 
+// The tool to run under an address-space limit: the tests' own when it has no sanitizer, else
+// the one PDFA_PLAIN_TOOL names (a sanitizer build cannot run under such a limit); empty when
+// there is none.
+inline std::string plainTool() {
+    if (!kToolHasAsan) return PDFA_TOOL;
+    const char* path = std::getenv("PDFA_PLAIN_TOOL");
+    return path != nullptr && fs::is_regular_file(path) ? path : "";
+}
+
 // Ended by itself, within the time limit, with no signal.
 inline void expectEndedByItself(const ToolResult& result) {
     EXPECT_FALSE(result.timedOut) << "killed at the time limit";
