@@ -42,6 +42,11 @@ struct Annotation {
     std::optional<Action> mouseUpAction;     // the /A action of any annotation
 };
 
+// The most graphics states the engine keeps saved at once while it runs a page for its text.
+// Real pages nest a few dozen; deeper q operators, and the Q operators that close them, are
+// ignored, so that a state changed in there stays changed until a Q outside them.
+constexpr int kMaxSavedGraphicsStates = 4096;
+
 class Document {
 public:
     // Opens the file (repairing it if the engine must). Fails on a missing or unreadable file
@@ -70,7 +75,10 @@ public:
     std::vector<Annotation> annotations(int index) const;  // in /Annots order
     // One dictionary of a page's /Annots, read as annotations() reads each entry.
     Annotation annotation(const PdfObject& dictionary) const;
+    // A page's text. With a stop flag, a stop set while the engine runs the page ends the run
+    // within a fraction of a second, and the page then fails instead of giving part of its text.
     Result<PageText> pageText(int index) const;
+    Result<PageText> pageText(int index, const StopFlag& stop) const;
 
     // Appends a link annotation to the page; the document is changed in memory only.
     // lines, when given, become the link's /QuadPoints: one quadrilateral per line of its text.

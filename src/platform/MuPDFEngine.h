@@ -12,6 +12,7 @@
 #include "platform/MuPDFDocument.h"
 #include "platform/PdfObject.h"
 #include "platform/StopFlag.h"
+#include "platform/StopRelay.h"
 #include "platform/result.h"
 
 namespace platform {
@@ -59,7 +60,8 @@ struct PdfObject::Handle {
 
 struct Document::Members {
     std::shared_ptr<PdfObject::Handle> engine;
-    bool saved = false;  // later saves rewrite the whole file: the first one ended our increment
+    bool saved = false;   // later saves rewrite the whole file: the first one ended our increment
+    StopRelay stopRelay;  // hears the stop flag while the engine runs a page for its text
 };
 
 // What the MuPDF* files may see of a PdfObject.
@@ -148,6 +150,12 @@ enum class ReadBudgetEnd { None, Spent, Stopped };
 Result<fz_stream*> openBudgetedFile(fz_context* ctx, const char* path, const StopFlag& stop);
 ReadBudgetEnd readBudgetEnd(fz_stream* stream);
 void liftReadBudget(fz_stream* stream);
+
+// Runs the page's content stream, without annotations, into device as the engine's
+// pdf_run_page_contents does, with at most kMaxSavedGraphicsStates graphics states saved. The
+// interpreter reads the cookie, when given, before each operator: once its abort is set, the
+// run ends early without an error.
+Status runPageContents(fz_context* ctx, pdf_page* page, fz_device* device, fz_cookie* cookie);
 
 // An output writing to *fd, which must outlive it. The caller drops it with fz_drop_output.
 Result<fz_output*> openFileOutput(fz_context* ctx, int* fd);

@@ -5,6 +5,7 @@
 #include "platform/DecimalFloat.h"
 #include "platform/MuPDFDocument.h"
 #include "platform/MuPDFEngine.h"
+#include "platform/StopRelay.h"
 
 namespace platform {
 namespace {
@@ -31,24 +32,65 @@ Result<pdf_page*> loadPage(fz_context* ctx, pdf_document* doc, int index, bool f
     return page;
 }
 
-// Runs the page's content stream only: the text of annotations and form fields is not page
-// text.
-Result<fz_stext_page*> readStructuredText(fz_context* ctx, pdf_page* page) {
+struct DeviceDeleter {
+    fz_context* ctx;
+    void operator()(fz_device* device) const { fz_drop_device(ctx, device); }
+};
+using OwnedText = std::unique_ptr<fz_stext_page, TextDeleter>;
+
+Result<fz_stext_page*> newTextPage(fz_context* ctx, pdf_page* page) {
     fz_stext_page* text = nullptr;
-    fz_device* device = nullptr;
     fz_var(text);
+    fz_try(ctx) { text = fz_new_stext_page(ctx, pdf_bound_page(ctx, page)); }
+    fz_catch(ctx) { return mupdf::errorFromCaught(ctx, Error::Code::Format); }
+    return text;
+}
+
+Result<fz_device*> newTextDevice(fz_context* ctx, fz_stext_page* text) {
+    fz_device* device = nullptr;
     fz_var(device);
     fz_try(ctx) {
-        text = fz_new_stext_page(ctx, pdf_bound_page(ctx, page));
         fz_stext_options options = {0, 1};
         device = fz_new_stext_device(ctx, text, &options);
-        pdf_run_page_contents(ctx, page, device, fz_identity, nullptr);
-        fz_close_device(ctx, device);
     }
-    fz_always(ctx) { fz_drop_device(ctx, device); }
-    fz_catch(ctx) {
-        fz_drop_stext_page(ctx, text);
-        return mupdf::errorFromCaught(ctx, Error::Code::Format);
+    fz_catch(ctx) { return mupdf::errorFromCaught(ctx, Error::Code::Format); }
+    return device;
+}
+
+Status closeDevice(fz_context* ctx, fz_device* device) {
+    fz_try(ctx) { fz_close_device(ctx, device); }
+    fz_catch(ctx) { return mupdf::errorFromCaught(ctx, Error::Code::Format); }
+    return Done{};
+}
+
+// Runs the page's content stream only: the text of annotations and form fields is not page
+// text.
+Result<OwnedText> readStructuredText(fz_context* ctx, pdf_page* page, fz_cookie* cookie) {
+    Result<fz_stext_page*> made = newTextPage(ctx, page);
+    if (!made) return made.error();
+    OwnedText text(*made, TextDeleter{ctx});
+    Result<fz_device*> device = newTextDevice(ctx, text.get());
+    if (!device) return device.error();
+    std::unique_ptr<fz_device, DeviceDeleter> owned(*device, DeviceDeleter{ctx});
+    Status run = mupdf::runPageContents(ctx, page, owned.get(), cookie);
+    if (!run) return run.error();
+    Status closed = closeDevice(ctx, owned.get());
+    if (!closed) return closed.error();
+    return text;
+}
+
+// The page's structured text; with a relay, the stop flag is heard while the engine runs the
+// page, and a page cut short by it has no text.
+Result<OwnedText> readStopping(fz_context* ctx, pdf_page* page, StopRelay* relay,
+                               const StopFlag& stop, int index) {
+    fz_cookie cookie = {};
+    Result<OwnedText> text = [&] {
+        ArmedStopRelay armed(*relay, stop, cookie.abort);
+        return readStructuredText(ctx, page, &cookie);
+    }();
+    if (cookie.abort != 0) {
+        return makeError(Error::Code::Format,
+                         "stopped while page " + std::to_string(index + 1) + " was read");
     }
     return text;
 }
@@ -104,34 +146,45 @@ PageText collectText(const fz_stext_page& text, const fz_matrix& toPage) {
     return out;
 }
 
-}  // namespace
-
-Result<PageText> Document::pageText(int index) const {
-    if (!m_ || !m_->engine->unlocked || index < 0 || index >= pageCount()) {
+// relay, when given, passes stop on to the engine's run of the page.
+Result<PageText> readPageText(const Document& document, PdfObject::Handle& engine, StopRelay* relay,
+                              const StopFlag& stop, int index) {
+    if (!engine.unlocked || index < 0 || index >= document.pageCount()) {
         return makeError(Error::Code::Argument, "no page " + std::to_string(index + 1));
     }
     // The engine refuses some pages only after its lookup took a reference it keeps; such a
     // page has no page object here and is never handed to it. Nor is a page whose loading
     // would recurse too deep.
-    fz_context* ctx = m_->engine->ctx;
-    PdfObject page = pageObject(index);
-    if (page.isNull() ||
-        !mupdf::isPageLoadBounded(ctx, m_->engine->doc, PdfObjectAccess::raw(page))) {
+    fz_context* ctx = engine.ctx;
+    PdfObject page = document.pageObject(index);
+    if (page.isNull() || !mupdf::isPageLoadBounded(ctx, engine.doc, PdfObjectAccess::raw(page))) {
         return makeError(Error::Code::Format,
                          "page " + std::to_string(index + 1) + " cannot be read");
     }
     Result<pdf_page*> loaded =
-        loadPage(ctx, m_->engine->doc, index, mupdf::isPageFromMap(*m_->engine, index));
+        loadPage(ctx, engine.doc, index, mupdf::isPageFromMap(engine, index));
     if (!loaded) return loaded.error();
     std::unique_ptr<fz_page, PageDeleter> loadedPage(&(*loaded)->super, PageDeleter{ctx});
     Result<fz_matrix> toPage = displayToPageSpace(ctx, *loaded);
     if (!toPage) return toPage.error();
-    Result<fz_stext_page*> text = readStructuredText(ctx, *loaded);
+    Result<OwnedText> text = relay ? readStopping(ctx, *loaded, relay, stop, index)
+                                   : readStructuredText(ctx, *loaded, nullptr);
     if (!text) return text.error();
-    std::unique_ptr<fz_stext_page, TextDeleter> owned(*text, TextDeleter{ctx});
-    PageText pageText = collectText(*owned, *toPage);
-    pageText.cropBox = cropBox(index);
+    PageText pageText = collectText(**text, *toPage);
+    pageText.cropBox = document.cropBox(index);
     return pageText;
+}
+
+}  // namespace
+
+Result<PageText> Document::pageText(int index) const {
+    if (!m_) return makeError(Error::Code::Argument, "no page " + std::to_string(index + 1));
+    return readPageText(*this, *m_->engine, nullptr, NeverStop(), index);
+}
+
+Result<PageText> Document::pageText(int index, const StopFlag& stop) const {
+    if (!m_) return makeError(Error::Code::Argument, "no page " + std::to_string(index + 1));
+    return readPageText(*this, *m_->engine, &m_->stopRelay, stop, index);
 }
 
 }  // namespace platform

@@ -60,7 +60,7 @@ bool overlaps(const platform::Rect& a, const platform::Rect& b) {
 void ParsePDFTextLink::parsePage(const platform::Document& document, int pageIndex,
                                  std::vector<Annotation>& list,
                                  const platform::StopFlag& stop) const {
-    std::optional<platform::PageText> page = readPageText(document, pageIndex);
+    std::optional<platform::PageText> page = readPageText(document, pageIndex, stop);
     if (page) parsePageText(*page, list, stop);
 }
 

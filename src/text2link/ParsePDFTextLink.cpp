@@ -96,8 +96,9 @@ bool unlockDocument(platform::Document& document, const std::optional<std::strin
 }  // namespace
 
 std::optional<platform::PageText> ParsePDFTextLink::readPageText(const platform::Document& document,
-                                                                 int pageIndex) {
-    platform::Result<platform::PageText> text = document.pageText(pageIndex);
+                                                                 int pageIndex,
+                                                                 const platform::StopFlag& stop) {
+    platform::Result<platform::PageText> text = document.pageText(pageIndex, stop);
     if (!text && text.error().code == platform::Error::Code::System) throw std::bad_alloc();
     if (!text || text->text.empty()) return std::nullopt;
     return std::move(text).value();
@@ -128,7 +129,7 @@ void ParsePDFTextLink::parse(const platform::StopFlag& stop, platform::Reporter&
     for (std::int64_t pageNumber : pages) {
         if (stop.isSet() || isStop != 0) break;
         std::optional<platform::PageText> text =
-            pageNumber <= pageCount ? readPageText(document, static_cast<int>(pageNumber - 1))
+            pageNumber <= pageCount ? readPageText(document, static_cast<int>(pageNumber - 1), stop)
                                     : std::nullopt;
         addScannedLinks(document, pending, stop);
         pending = {};

@@ -62,11 +62,13 @@ public:
     // web address, e-mail address or phone number found in the text of the zero-based page.
     void parsePage(const platform::Document& document, int pageIndex,
                    std::vector<platform::Annotation>& list, const platform::StopFlag& stop) const;
-    // The text of the zero-based page; nullopt when it holds none or cannot be read. Throws
-    // std::bad_alloc when the engine ran out of memory reading it: the job fails then, as when
-    // our own memory runs out, instead of going on as if the page had no text.
+    // The text of the zero-based page; nullopt when it holds none, cannot be read, or a stop
+    // cut its reading short. Throws std::bad_alloc when the engine ran out of memory reading
+    // it: the job fails then, as when our own memory runs out, instead of going on as if the
+    // page had no text.
     static std::optional<platform::PageText> readPageText(const platform::Document& document,
-                                                          int pageIndex);
+                                                          int pageIndex,
+                                                          const platform::StopFlag& stop);
     // The same for a page's text already read; the stop flag is polled before each find.
     void parsePageText(const platform::PageText& page, std::vector<platform::Annotation>& list,
                        const platform::StopFlag& stop) const;

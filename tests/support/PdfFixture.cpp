@@ -91,6 +91,11 @@ PdfFixture& PdfFixture::text(double x, double y, double fontSize, const std::str
     return *this;
 }
 
+PdfFixture& PdfFixture::content(const std::string& operators) {
+    lastPage().content += operators;
+    return *this;
+}
+
 PdfFixture& PdfFixture::annot(const std::string& rawDictionary) {
     lastPage().annots.push_back(rawDictionary);
     lastPage().annotIsObject.push_back(true);

@@ -42,6 +42,8 @@ public:
     // Draws text in Helvetica (WinAnsi; the bytes are written as given, with "(", ")" and "\"
     // escaped) on the last page, starting at the baseline point (x, y).
     PdfFixture& text(double x, double y, double fontSize, const std::string& text);
+    // Appends raw content-stream operators to the last page's content, as they are.
+    PdfFixture& content(const std::string& operators);
     // Appends an indirect annotation object made of rawDictionary to the last page's /Annots.
     PdfFixture& annot(const std::string& rawDictionary);
     // Appends rawObject to the last page's /Annots array as it is (a direct dictionary, a number,
