@@ -17,8 +17,10 @@
 namespace platform {
 namespace mupdf {
 
-// The process-wide engine context. It is created on first use and dropped when the last
-// document using it and the process-wide reference are gone. Used from one thread only.
+// An engine context: the process-wide one, created on first use and dropped when the last
+// document using it and the process-wide reference are gone, or a clone of it for another
+// thread. Each is used from one thread at a time; clones share the store and fonts, under the
+// engine's locks.
 class Context {
 public:
     explicit Context(fz_context* ctx) : ctx_(ctx) {}
@@ -33,6 +35,9 @@ private:
 
 // Null when the engine cannot even allocate its context.
 std::shared_ptr<Context> sharedContext();
+// A context for another thread, sharing origin's store and fonts; null when the engine cannot
+// allocate it. Call on the thread that uses origin.
+std::shared_ptr<Context> cloneContext(const Context& origin);
 
 // The Error for the error just caught; call only inside fz_catch.
 Error errorFromCaught(fz_context* ctx, Error::Code code);
