@@ -156,14 +156,15 @@ void ParsePDFTextLink::linkPages(platform::Document& document,
                                                            kPagesAheadPerWorker * readers.size());
     const auto stopped = [this, &stop] { return stop.isSet() || isStop != 0; };
     // Pages are reported and extended in ascending order. A page is dropped when a stop is heard
-    // before it is reported, or while it is (its scan would have heard it); so a stop never
-    // leaves a page the host has seen followed by another.
+    // before it is reported, or when the host's flag is set while it is (its scan would have
+    // heard it; stopParse lets the current page finish); so a stop never leaves a page the host
+    // has seen followed by another.
     for (std::size_t n = 0; n < numbers.size(); ++n) {
         if (stopped()) break;
         pool.take(n);
         if (stopped()) break;
         setMessage(numbers[n], reporter);
-        if (stopped()) break;
+        if (stop.isSet()) break;
         addScannedLinks(document, static_cast<int>(numbers[n] - 1), std::move(found[n]), stop);
     }
 }

@@ -40,14 +40,14 @@ int annotationCount(const fs::path& path) {
     return count;
 }
 
-struct Run {
+struct JobOutcome {
     std::string bytes;
     std::vector<std::string> messages;
 };
 
 // Runs -a on a copy of the book in a folder of its own; pinned, on the first core this process
 // may use (the child inherits the affinity of the thread that starts it).
-Run runJob(const fs::path& book, const fs::path& folder, bool pinned) {
+JobOutcome runJob(const fs::path& book, const fs::path& folder, bool pinned) {
     fs::create_directories(folder);
     fs::copy_file(book, folder / "input.pdf");
     testsupport::ProgressListener listener(folder);
@@ -72,12 +72,11 @@ TEST(TextLinkWorkers, OneCoreAndEveryCoreGiveTheSameFileAndMessages) {
     if (platform::usableCores() < 2) GTEST_SKIP() << "this process may use one core only";
     testsupport::TempDir dir;
     const fs::path book = dir / "book.pdf";
-    auto made = testsupport::runProcess(PDFA_MAKE_BOOK,
-                                        {PDFA_MAKE_BOOK, std::to_string(kPages), book.string()});
+    auto made = testsupport::runProcess(PDFA_MAKE_BOOK, {std::to_string(kPages), book.string()});
     ASSERT_EQ(made.exitStatus, 0) << made.err;
 
-    const Run one = runJob(book, dir / "one", true);
-    const Run every = runJob(book, dir / "every", false);
+    const JobOutcome one = runJob(book, dir / "one", true);
+    const JobOutcome every = runJob(book, dir / "every", false);
 
     std::vector<std::string> pages;
     for (int page = 1; page <= kPages; ++page) pages.push_back(std::to_string(page));
