@@ -1,6 +1,5 @@
 #include <atomic>
 #include <cstdlib>
-#include <mutex>
 
 #include "platform/MuPDFAllocationLimit.h"
 #include "platform/MuPDFEngine.h"
@@ -10,10 +9,12 @@ namespace platform {
 namespace mupdf {
 namespace {
 
-// Font and page caches stay below this; beyond it the engine evicts.
+// Font and page caches stay below this; beyond it the engine evicts. A worker's context reads
+// page text only, and every worker keeps a store of its own.
 constexpr size_t kStoreLimit = 64u << 20;
+constexpr size_t kWorkerStoreLimit = 16u << 20;
 
-// Contexts cloned for worker threads allocate at the same time as the job's own.
+// Worker threads' contexts allocate at the same time as the job's own.
 struct AllocationLimit {
     std::atomic<long> failFrom = 0;  // 0: no limit
     std::atomic<long> count = 0;
@@ -44,23 +45,6 @@ void limitedFree(void*, void* block) noexcept { std::free(block); }
 
 const fz_alloc_context limitedAllocator = {nullptr, limitedMalloc, limitedRealloc, limitedFree};
 
-// The engine's shared state (allocator, store, fonts, glyph cache) is guarded by these once
-// a context has been cloned for another thread. Before that one thread alone uses the engine,
-// and the locks, taken on every allocation and reference count, would cost 4 % of a job's
-// instructions for nothing. The first clone is made on that thread outside any engine call, so
-// no lock is held when locking starts, and locking never stops.
-std::mutex engineMutexes[FZ_LOCK_MAX];
-std::atomic<bool> enginesShared = false;
-
-void lockEngine(void*, int lock) noexcept {
-    if (enginesShared.load(std::memory_order_relaxed)) engineMutexes[lock].lock();
-}
-void unlockEngine(void*, int lock) noexcept {
-    if (enginesShared.load(std::memory_order_relaxed)) engineMutexes[lock].unlock();
-}
-
-const fz_locks_context engineLocks = {nullptr, lockEngine, unlockEngine};
-
 // The tool prints nothing but its own messages.
 void ignoreMessage(void*, const char*) noexcept {}
 
@@ -76,16 +60,15 @@ bool ignoreMessages(fz_context* ctx) {
     return set;
 }
 
-// Null when the engine cannot allocate the context or set it up; a clone does not take the
-// message callbacks of its origin in every engine version.
+// Null when the engine cannot allocate the context or set it up.
 fz_context* silenced(fz_context* ctx) {
     if (ctx == nullptr || ignoreMessages(ctx)) return ctx;
     fz_drop_context(ctx);
     return nullptr;
 }
 
-fz_context* newContext() {
-    return silenced(fz_new_context(&limitedAllocator, &engineLocks, kStoreLimit));
+fz_context* newContext(size_t storeLimit) {
+    return silenced(fz_new_context(&limitedAllocator, nullptr, storeLimit));
 }
 
 std::shared_ptr<Context>& processContext() {
@@ -100,16 +83,15 @@ Context::~Context() { fz_drop_context(ctx_); }
 std::shared_ptr<Context> sharedContext() {
     std::shared_ptr<Context>& context = processContext();
     if (!context) {
-        fz_context* ctx = newContext();
+        fz_context* ctx = newContext(kStoreLimit);
         if (ctx == nullptr) return nullptr;
         context = std::make_shared<Context>(ctx);
     }
     return context;
 }
 
-std::shared_ptr<Context> cloneContext(const Context& origin) {
-    enginesShared = true;
-    fz_context* ctx = silenced(fz_clone_context(origin.get()));
+std::shared_ptr<Context> workerContext() {
+    fz_context* ctx = newContext(kWorkerStoreLimit);
     if (ctx == nullptr) return nullptr;
     return std::make_shared<Context>(ctx);
 }

@@ -227,7 +227,7 @@ Result<Document> Document::open(const std::string& path, const StopFlag& stop,
 
 Result<Document> Document::openAgain(const std::string& path, const StopFlag& stop) const {
     if (!m_) return makeError(Error::Code::Argument, "no document");
-    Result<Document> again = open(path, stop, mupdf::cloneContext(*m_->engine->context));
+    Result<Document> again = open(path, stop, mupdf::workerContext());
     if (again && m_->engine->unlocked && !again->unlock(m_->engine->password)) {
         return makeError(Error::Code::Format, "the password no longer unlocks " + path);
     }

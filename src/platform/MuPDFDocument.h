@@ -54,9 +54,8 @@ public:
     static Result<Document> open(const std::string& path);
     static Result<Document> open(const std::string& path, const StopFlag& stop);
     // Opens path (this document's file, as yet unchanged) a second time, for reading on another
-    // thread while this one is used on its own: the engine context is cloned from this
-    // document's, and the password that unlocked this one unlocks the copy. Call on the thread
-    // that uses this document.
+    // thread while this one is used on its own: with an engine context of its own, unlocked by
+    // the password that unlocked this one.
     Result<Document> openAgain(const std::string& path, const StopFlag& stop) const;
 
     Document(Document&&) noexcept;
