@@ -17,7 +17,9 @@ from collections import defaultdict
 CASES = {
     "tool-b": ("PDFAnnotations -b (page editor)", "limit-a"),
     "tool-b-html5": ("PDFAnnotations -b html5=1 (slides)", "limit-a"),
-    "tool-a": ("PDFAnnotations -a (text to link)", "limit-c"),
+    "tool-a": ("PDFAnnotations -a (text to link, all cores)", "limit-c"),
+    "tool-a-w1": ("PDFAnnotations -a, 1 worker (taskset)", "limit-c"),
+    "tool-a-w2": ("PDFAnnotations -a, 2 workers (taskset)", "limit-c"),
     "limit-a": ("limit (a) annotations to XML", "limit-a"),
     "limit-b": ("limit (b) text with boxes", "limit-b"),
     "limit-c": ("limit (c) text + links + save", "limit-c"),
@@ -28,7 +30,7 @@ CASES = {
     "pdfjs-annots": ("pdf.js getAnnotations", "limit-a"),
     "pdfjs-text": ("pdf.js getTextContent", "limit-b"),
 }
-PLOTTED = ["tool-b", "tool-b-html5", "tool-a", "limit-a", "limit-b", "limit-c",
+PLOTTED = ["tool-b", "tool-b-html5", "tool-a", "tool-a-w1", "tool-a-w2", "limit-a", "limit-b", "limit-c",
            "pdfinfo-url", "pdftotext-bbox", "pymupdf-links", "pymupdf-rawdict",
            "pdfjs-annots", "pdfjs-text"]
 
@@ -116,14 +118,30 @@ class Targets:
         verdict = "n/a (not measured or failed)" if passed is None else ("PASS" if passed else "FAIL")
         self.lines.append(f"- {text}: **{verdict}**")
 
-    def compare(self, text, case, base_case, limit, key=lambda f: f.wall):
+    MEASURES = {"time": lambda f: f.wall, "CPU time": lambda f: f.cpu, "memory": lambda f: f.kb}
+
+    def compare(self, text, case, base_case, limit, what="time"):
         big = self.sizes[-1]
         f, base = self.get(big, case), self.get(big, base_case)
         if not (f and base):
             return self.add(f"{text} at {big} pages", None)
+        key = self.MEASURES[what]
         value = ratio(key(f), key(base))
-        cpu = "" if key(f) == f.kb else f"; CPU time {ratio(f.cpu, base.cpu):.2f}×"
+        cpu = f"; CPU time {ratio(f.cpu, base.cpu):.2f}×" if what == "time" else ""
         self.add(f"{text} at {big} pages: {value:.2f}× (target ≤ {limit}×{cpu})", value <= limit)
+
+    def scaling(self):
+        """How -a scales with its workers: information beside the targets, not a target."""
+        big = self.sizes[-1]
+        names = {"tool-a-w1": "1 worker", "tool-a-w2": "2 workers", "tool-a": "all cores"}
+        rows = [(names[c], self.get(big, c)) for c in names]
+        rows = [(name, f) for name, f in rows if f]
+        if len(rows) < 2 or rows[0][0] != "1 worker":
+            return
+        one = rows[0][1]
+        parts = [f"{name} {f.wall:.2f} s wall, {f.cpu:.2f} s CPU "
+                 f"({ratio(one.wall, f.wall):.2f}× the speed of 1 worker)" for name, f in rows]
+        self.lines.append(f"- scaling of -a at {big} pages: " + "; ".join(parts))
 
     def evaluate(self):
         if not self.sizes:
@@ -140,16 +158,23 @@ class Targets:
                          f"(target ≤ 1.25×; CPU time {cpu:.2f}×)", growth <= 1.25)
             else:
                 self.add(f"{name} time/page growth", None)
-            self.compare(f"{name} peak memory vs limit (a)", case, "limit-a", 1.5, lambda f: f.kb)
+            self.compare(f"{name} CPU time vs limit (a)", case, "limit-a", 1.2, "CPU time")
+            self.compare(f"{name} peak memory vs limit (a)", case, "limit-a", 1.5, "memory")
         self.compare("PDFAnnotations -a time vs limit (c)", "tool-a", "limit-c", 1.3)
+        self.compare("PDFAnnotations -a time on every core vs limit (c)", "tool-a", "limit-c", 0.6)
+        self.compare("PDFAnnotations -a CPU time vs limit (c)", "tool-a", "limit-c", 1.2,
+                     "CPU time")
         a, poppler = self.get(big, "tool-a"), self.get(big, "pdftotext-bbox")
         if a and poppler:
             self.add(f"PDFAnnotations -a at {big} pages: {a.wall:.2f} s vs pdftotext -bbox "
                      f"{poppler.wall:.2f} s (target: faster)", a.wall < poppler.wall)
         else:
             self.add(f"PDFAnnotations -a faster than pdftotext -bbox at {big} pages", None)
-        self.compare("PDFAnnotations -a peak memory vs limit (c)", "tool-a", "limit-c", 1.5,
-                     lambda f: f.kb)
+        for case in ("tool-a", "tool-a-w1", "tool-a-w2"):
+            if case == "tool-a" or self.get(big, case):
+                self.compare(f"{CASES[case][0]} peak memory vs limit (c)", case, "limit-c", 1.5,
+                             "memory")
+        self.scaling()
         for case, base_case in (("tool-b", "limit-a"), ("tool-a", "limit-c")):
             f, base = self.get(big, case, 1), self.get(big, base_case, 1)
             text = f"one-page {CASES[case][0]} minus one-page {base_case} ({big}-page book)"

@@ -1,3 +1,4 @@
+#include <atomic>
 #include <cstdlib>
 
 #include "platform/MuPDFAllocationLimit.h"
@@ -8,17 +9,22 @@ namespace platform {
 namespace mupdf {
 namespace {
 
-// Font and page caches stay below this; beyond it the engine evicts.
+// Font and page caches stay below this; beyond it the engine evicts. A worker's context reads
+// page text only, and every worker keeps a store of its own.
 constexpr size_t kStoreLimit = 64u << 20;
+constexpr size_t kWorkerStoreLimit = 16u << 20;
 
+// Worker threads' contexts allocate at the same time as the job's own.
 struct AllocationLimit {
-    long failFrom = 0;  // 0: no limit
-    long count = 0;
+    std::atomic<long> failFrom = 0;  // 0: no limit
+    std::atomic<long> count = 0;
 };
 AllocationLimit allocationLimit;
 
 bool allocationRefused() {
-    return allocationLimit.failFrom > 0 && ++allocationLimit.count >= allocationLimit.failFrom;
+    const long failFrom = allocationLimit.failFrom.load(std::memory_order_relaxed);
+    return failFrom > 0 &&
+           allocationLimit.count.fetch_add(1, std::memory_order_relaxed) + 1 >= failFrom;
 }
 
 // The system's refusals are noted; the test hook's are not.
@@ -42,18 +48,27 @@ const fz_alloc_context limitedAllocator = {nullptr, limitedMalloc, limitedReallo
 // The tool prints nothing but its own messages.
 void ignoreMessage(void*, const char*) noexcept {}
 
-fz_context* newContext() {
-    fz_context* ctx = fz_new_context(&limitedAllocator, nullptr, kStoreLimit);
-    if (ctx == nullptr) return nullptr;
+bool ignoreMessages(fz_context* ctx) {
+    bool set = false;
+    fz_var(set);
     fz_try(ctx) {
         fz_set_warning_callback(ctx, ignoreMessage, nullptr);
         fz_set_error_callback(ctx, ignoreMessage, nullptr);
+        set = true;
     }
-    fz_catch(ctx) {
-        fz_drop_context(ctx);
-        return nullptr;
-    }
-    return ctx;
+    fz_catch(ctx) { set = false; }
+    return set;
+}
+
+// Null when the engine cannot allocate the context or set it up.
+fz_context* silenced(fz_context* ctx) {
+    if (ctx == nullptr || ignoreMessages(ctx)) return ctx;
+    fz_drop_context(ctx);
+    return nullptr;
+}
+
+fz_context* newContext(size_t storeLimit) {
+    return silenced(fz_new_context(&limitedAllocator, nullptr, storeLimit));
 }
 
 std::shared_ptr<Context>& processContext() {
@@ -68,11 +83,17 @@ Context::~Context() { fz_drop_context(ctx_); }
 std::shared_ptr<Context> sharedContext() {
     std::shared_ptr<Context>& context = processContext();
     if (!context) {
-        fz_context* ctx = newContext();
+        fz_context* ctx = newContext(kStoreLimit);
         if (ctx == nullptr) return nullptr;
         context = std::make_shared<Context>(ctx);
     }
     return context;
+}
+
+std::shared_ptr<Context> workerContext() {
+    fz_context* ctx = newContext(kWorkerStoreLimit);
+    if (ctx == nullptr) return nullptr;
+    return std::make_shared<Context>(ctx);
 }
 
 Error errorFromCaught(fz_context* ctx, Error::Code code) {
@@ -83,7 +104,8 @@ Error errorFromCaught(fz_context* ctx, Error::Code code) {
 }  // namespace mupdf
 
 void setMuPDFAllocationLimit(long failFrom) {
-    mupdf::allocationLimit = {failFrom > 0 ? failFrom : 0, 0};
+    mupdf::allocationLimit.count = 0;
+    mupdf::allocationLimit.failFrom = failFrom > 0 ? failFrom : 0;
     mupdf::processContext().reset();
 }
 

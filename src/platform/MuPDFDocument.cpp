@@ -207,11 +207,15 @@ Document::~Document() = default;
 Result<Document> Document::open(const std::string& path) { return open(path, NeverStop()); }
 
 Result<Document> Document::open(const std::string& path, const StopFlag& stop) {
+    return open(path, stop, mupdf::sharedContext());
+}
+
+Result<Document> Document::open(const std::string& path, const StopFlag& stop,
+                                std::shared_ptr<mupdf::Context> context) {
     // The engine reports a missing file like a damaged one; tell them apart first.
     const int probe = openRegularFile(path.c_str());
     if (probe < 0) return makeError(Error::Code::System, "cannot open " + path);
     ::close(probe);
-    std::shared_ptr<mupdf::Context> context = mupdf::sharedContext();
     if (!context) return makeError(Error::Code::System, "out of memory");
     Result<pdf_document*> doc = mupdf::openDocument(context->get(), path.c_str(), stop);
     if (!doc) return doc.error();
@@ -219,6 +223,15 @@ Result<Document> Document::open(const std::string& path, const StopFlag& stop) {
     members->engine = std::make_shared<PdfObject::Handle>(context, *doc);
     members->engine->unlocked = mupdf::isOpenWithoutPassword(context->get(), *doc);
     return Document(std::move(members));
+}
+
+Result<Document> Document::openAgain(const std::string& path, const StopFlag& stop) const {
+    if (!m_) return makeError(Error::Code::Argument, "no document");
+    Result<Document> again = open(path, stop, mupdf::workerContext());
+    if (again && m_->engine->unlocked && !again->unlock(m_->engine->password)) {
+        return makeError(Error::Code::Format, "the password no longer unlocks " + path);
+    }
+    return again;
 }
 
 bool Document::isEncrypted() const { return m_ && m_->engine->doc->crypt != nullptr; }

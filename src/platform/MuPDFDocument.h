@@ -16,6 +16,10 @@
 
 namespace platform {
 
+namespace mupdf {
+class Context;
+}  // namespace mupdf
+
 // Where a go-to link leads: a zero-based page of the same document and a point on it in page
 // space (coordinates the destination leaves unspecified are 0).
 struct Destination {
@@ -54,6 +58,10 @@ public:
     // is set while a repair reads the file (a sound document opens whatever stop says).
     static Result<Document> open(const std::string& path);
     static Result<Document> open(const std::string& path, const StopFlag& stop);
+    // Opens path (this document's file, as yet unchanged) a second time, for reading on another
+    // thread while this one is used on its own: with an engine context of its own, unlocked by
+    // the password that unlocked this one.
+    Result<Document> openAgain(const std::string& path, const StopFlag& stop) const;
 
     Document(Document&&) noexcept;
     Document& operator=(Document&&) noexcept;
@@ -93,6 +101,8 @@ public:
 private:
     struct Members;
     explicit Document(std::unique_ptr<Members> members);
+    static Result<Document> open(const std::string& path, const StopFlag& stop,
+                                 std::shared_ptr<mupdf::Context> context);
     std::unique_ptr<Members> m_;
 };
 

@@ -1,7 +1,7 @@
 #pragma once
 // Work handed to a thread of its own and done there one task after another, in the order given,
 // so that it overlaps what the caller does next: writing one file per page while the next page
-// is read, or scanning one page's text while the next page's text is built.
+// is read.
 
 #include <functional>
 #include <memory>

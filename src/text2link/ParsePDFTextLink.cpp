@@ -1,11 +1,11 @@
-// The -a job: pages in ascending order, each reported, scanned, cleared of duplicates and
-// extended; the document is saved over its file at the end, also after a stop.
+// The -a job: pages read and scanned on every core the process may use, then in ascending order
+// each reported, cleared of duplicates and extended; the document is saved over its file at the
+// end, also after a stop.
 #include "text2link/ParsePDFTextLink.h"
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
-#include <future>
-#include <memory>
 #include <new>
 #include <system_error>
 
@@ -14,8 +14,8 @@
 #include "platform/AtomicFile.h"
 #include "platform/FileLock.h"
 #include "platform/OutOfMemory.h"
-#include "platform/SerialWorker.h"
 #include "platform/URIParser.h"
+#include "platform/WorkerPool.h"
 
 namespace text2link {
 
@@ -52,40 +52,43 @@ void removeDuplicates(std::vector<Annotation>& links, const std::vector<Annotati
     }
 }
 
-// A page whose text is being scanned on the worker thread.
-struct PendingPage {
-    int index = -1;
-    std::future<std::vector<Annotation>> links;
-};
-
-PendingPage startScan(const ParsePDFTextLink& job, platform::SerialWorker& worker, int index,
-                      platform::PageText text, const platform::StopFlag& stop) {
-    using Scan = std::packaged_task<std::vector<Annotation>()>;
-    auto scan = std::make_shared<Scan>([&job, &stop, text = std::move(text)] {
-        std::vector<Annotation> found;
-        job.parsePageText(text, found, stop);
-        return found;
-    });
-    PendingPage pending{index, scan->get_future()};
-    worker.submit([scan] { (*scan)(); });
-    return pending;
-}
-
-// Waits for the page's scan and adds the links found that duplicate none the page has.
-void addScannedLinks(platform::Document& document, PendingPage& page,
+// Adds the links found on the page that duplicate none the page has.
+void addScannedLinks(platform::Document& document, int index, std::vector<Annotation> links,
                      const platform::StopFlag& stop) {
-    if (!page.links.valid()) return;
-    std::vector<Annotation> links = page.links.get();
     if (links.empty()) return;
-    const std::vector<Annotation> existing = document.annotations(page.index);
+    const std::vector<Annotation> existing = document.annotations(index);
     if (!existing.empty()) {
         std::vector<Annotation> checkList;
         collectCheckList(existing, checkList, stop);
         removeDuplicates(links, checkList, stop);
     }
     for (const Annotation& link : links) {
-        (void)document.addLink(page.index, link.bounds, link.url, link.lines);
+        (void)document.addLink(index, link.bounds, link.url, link.lines);
     }
+}
+
+// More workers than this add handles on the file, and their memory, for little gain.
+constexpr std::size_t kMaxWorkers = 8;
+// Pages per worker that may wait to have their links added: enough that one slow page keeps
+// no worker idle, few enough that memory stays bounded.
+constexpr std::size_t kPagesAheadPerWorker = 4;
+
+// One handle on the file per worker, each with an engine context of its own; none when the
+// process may run on one core only or there is one page, and fewer when the file cannot be
+// opened again.
+std::vector<platform::Document> openReaders(const platform::Document& document,
+                                            const std::string& path, std::size_t pages,
+                                            const platform::StopFlag& stop) {
+    std::vector<platform::Document> readers;
+    const auto workers = std::min<std::size_t>(
+        {static_cast<std::size_t>(platform::usableCores()), kMaxWorkers, pages});
+    if (workers < 2) return readers;
+    for (std::size_t k = 0; k < workers; ++k) {
+        platform::Result<platform::Document> reader = document.openAgain(path, stop);
+        if (!reader) break;
+        readers.push_back(std::move(reader).value());
+    }
+    return readers;
 }
 
 bool unlockDocument(platform::Document& document, const std::optional<std::string>& password) {
@@ -121,29 +124,50 @@ void ParsePDFTextLink::parse(const platform::StopFlag& stop, platform::Reporter&
     if (pages.empty()) return;
     if (!(parseType & 3)) parseType = 1;
     isStop = 0;
-    // Each page's text is scanned on the worker while the next page's text is read here; the
-    // engine is only ever used on this thread. A page is finished before the next is reported,
-    // so a stop never cuts short a page the host has seen followed by another.
-    platform::SerialWorker worker;
-    PendingPage pending;
-    for (std::int64_t pageNumber : pages) {
-        if (stop.isSet() || isStop != 0) break;
-        std::optional<platform::PageText> text =
-            pageNumber <= pageCount ? readPageText(document, static_cast<int>(pageNumber - 1), stop)
-                                    : std::nullopt;
-        addScannedLinks(document, pending, stop);
-        pending = {};
-        setMessage(pageNumber, reporter);
-        if (text) {
-            const int index = static_cast<int>(pageNumber - 1);
-            pending = startScan(*this, worker, index, std::move(*text), stop);
-        }
-    }
-    addScannedLinks(document, pending, stop);
+    // The workers are done when linkPages returns, before anything is saved.
+    linkPages(document, std::vector<std::int64_t>(pages.begin(), pages.end()), pageCount, stop,
+              reporter);
     // What was read may have been cut short: the job fails, and the file stays as it was.
     if (platform::ranOutOfMemory()) throw std::bad_alloc();
     // A failed save leaves the original file as it was; the job has no one to tell.
     (void)document.save(pdfFile);
+}
+
+void ParsePDFTextLink::linkPages(platform::Document& document,
+                                 const std::vector<std::int64_t>& numbers, std::int64_t pageCount,
+                                 const platform::StopFlag& stop, platform::Reporter& reporter) {
+    std::vector<std::vector<Annotation>> found(numbers.size());
+    // Each worker reads a page's text from a handle of its own and scans it; the job's document
+    // is only used on this thread. The file is saved only after the workers are done.
+    auto scanWith = [this, &numbers, &found, pageCount, &stop](const platform::Document& source) {
+        return [this, &source, &numbers, &found, pageCount, &stop](std::size_t n) {
+            if (stop.isSet() || numbers[n] > pageCount) return;
+            std::optional<platform::PageText> text =
+                readPageText(source, static_cast<int>(numbers[n] - 1), stop);
+            if (text) parsePageText(*text, found[n], stop);
+        };
+    };
+    const std::vector<platform::Document> readers =
+        openReaders(document, pdfFile, numbers.size(), stop);
+    std::vector<platform::WorkerPool::Work> work;
+    for (const platform::Document& reader : readers) work.push_back(scanWith(reader));
+    platform::WorkerPool pool = work.empty()
+                                    ? platform::WorkerPool(scanWith(document), numbers.size())
+                                    : platform::WorkerPool(std::move(work), numbers.size(),
+                                                           kPagesAheadPerWorker * readers.size());
+    const auto stopped = [this, &stop] { return stop.isSet() || isStop != 0; };
+    // Pages are reported and extended in ascending order. A page is dropped when a stop is heard
+    // before it is reported, or when the host's flag is set while it is (its scan would have
+    // heard it; stopParse lets the current page finish); so a stop never leaves a page the host
+    // has seen followed by another.
+    for (std::size_t n = 0; n < numbers.size(); ++n) {
+        if (stopped()) break;
+        pool.take(n);
+        if (stopped()) break;
+        setMessage(numbers[n], reporter);
+        if (stop.isSet()) break;
+        addScannedLinks(document, static_cast<int>(numbers[n] - 1), std::move(found[n]), stop);
+    }
 }
 
 void ParsePDFTextLink::setMessage(std::int64_t pageNumber, platform::Reporter& reporter) const {

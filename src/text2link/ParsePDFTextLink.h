@@ -82,6 +82,11 @@ public:
                                     const platform::StopFlag& stop);
 
 private:
+    // Reads and scans the pages (one-based numbers, ascending) on every core the process may
+    // use, and reports and extends them in order until a stop.
+    void linkPages(platform::Document& document, const std::vector<std::int64_t>& numbers,
+                   std::int64_t pageCount, const platform::StopFlag& stop,
+                   platform::Reporter& reporter);
     void parsePageWithDetector(const platform::PageText& page,
                                std::vector<platform::Annotation>& list,
                                const platform::StopFlag& stop) const;

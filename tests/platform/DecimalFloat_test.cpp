@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <charconv>
 #include <cmath>
 #include <limits>
+#include <vector>
 
 namespace {
 
@@ -24,6 +26,23 @@ TEST(DecimalFloat, NumbersExactInBinaryStay) {
         EXPECT_EQ(decimalValue(static_cast<float>(written)), written);
     }
     EXPECT_EQ(decimalValue(1e20f), 1e20);  // written as an exponent by the shortest text
+}
+
+// Values converted before are remembered; many values that share a slot of that memory, asked
+// for again in another order, still each give their own decimal.
+TEST(DecimalFloat, ValuesAskedForAgainGiveTheSameDecimal) {
+    std::vector<float> values;
+    for (int i = 0; i < 20000; ++i) values.push_back(static_cast<float>(i) * 0.037f - 300.0f);
+    for (int pass = 0; pass < 2; ++pass) {
+        for (std::size_t k = 0; k < values.size(); ++k) {
+            const float value = values[pass == 0 ? k : (k * 7919) % values.size()];
+            char text[32];
+            const auto written = std::to_chars(text, text + sizeof text, value);
+            double expected = 0;
+            std::from_chars(text, written.ptr, expected);
+            ASSERT_EQ(decimalValue(value), expected) << text;
+        }
+    }
 }
 
 TEST(DecimalFloat, InfinityAndNaNPassThrough) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <thread>
 
 #include "robustness/PdfSurgery.h"
 #include "support/PdfFixture.h"
@@ -129,6 +130,22 @@ TEST_P(MuPDFDocumentEncryption, EmptyUserPasswordOpensAtOnce) {
     EXPECT_EQ(doc.cropBox(0), (Rect{0, 0, 600, 800}));
 }
 
+TEST_P(MuPDFDocumentEncryption, OpenedAgainWithThePasswordThatUnlockedIt) {
+    testsupport::TempDir dir;
+    PdfFixture()
+        .page({0, 0, 600, 800})
+        .text(72, 700, 12, "www.example.org")
+        .writeEncrypted(dir / "e.pdf", "user", "owner", GetParam().method);
+    Document doc = openFile(dir / "e.pdf");
+    ASSERT_TRUE(doc.unlock("owner"));
+    auto again = doc.openAgain((dir / "e.pdf").string(), platform::NeverStop());
+    ASSERT_TRUE(again.ok()) << again.error().message;
+    EXPECT_TRUE(again->isUnlocked());
+    auto text = again->pageText(0);
+    ASSERT_TRUE(text.ok());
+    EXPECT_EQ(text->text, u"www.example.org");
+}
+
 INSTANTIATE_TEST_SUITE_P(Methods, MuPDFDocumentEncryption,
                          ::testing::Values(EncryptionCase{"rc4-40"}, EncryptionCase{"rc4-128"},
                                            EncryptionCase{"aes-128"}, EncryptionCase{"aes-256"}),
@@ -137,6 +154,54 @@ INSTANTIATE_TEST_SUITE_P(Methods, MuPDFDocumentEncryption,
                              name.erase(name.find('-'), 1);
                              return name;
                          });
+
+TEST(MuPDFDocument, LockedDocumentIsOpenedAgainLocked) {
+    testsupport::TempDir dir;
+    PdfFixture()
+        .pages(1, {0, 0, 600, 800})
+        .writeEncrypted(dir / "e.pdf", "user", "owner", "aes-128");
+    Document doc = openFile(dir / "e.pdf");
+    auto again = doc.openAgain((dir / "e.pdf").string(), platform::NeverStop());
+    ASSERT_TRUE(again.ok());
+    EXPECT_FALSE(again->isUnlocked());
+}
+
+// Each handle has an engine context of its own: reading on several threads at once gives every
+// thread the text one thread alone reads.
+TEST(MuPDFDocument, HandlesOpenedAgainReadPagesOnSeveralThreadsAtOnce) {
+    testsupport::TempDir dir;
+    PdfFixture book;
+    for (int page = 0; page < 40; ++page) {
+        book.page({0, 0, 600, 800})
+            .text(72, 700, 12, "Page " + std::to_string(page) + " www.example.org")
+            .text(72, 680, 12, "call 13812345678 or mail info@mail.cn");
+    }
+    book.write(dir / "book.pdf");
+    Document doc = openFile(dir / "book.pdf");
+    std::vector<std::u16string> expected;
+    for (int page = 0; page < doc.pageCount(); ++page) expected.push_back(doc.pageText(page)->text);
+    std::vector<Document> readers;
+    for (int k = 0; k < 3; ++k) {
+        readers.push_back(
+            doc.openAgain((dir / "book.pdf").string(), platform::NeverStop()).value());
+    }
+    std::vector<std::vector<std::u16string>> read(readers.size());
+    std::vector<std::thread> threads;
+    for (std::size_t k = 0; k < readers.size(); ++k) {
+        threads.emplace_back([&, k] {
+            for (int page = 0; page < readers[k].pageCount(); ++page) {
+                read[k].push_back(readers[k].pageText(page)->text);
+            }
+        });
+    }
+    // The job's own document goes on being used meanwhile.
+    for (int page = 0; page < doc.pageCount(); ++page) {
+        EXPECT_TRUE(
+            doc.addLink(page, {72, 700, 100, 12}, std::string("http://www.example.org/")).ok());
+    }
+    for (std::thread& thread : threads) thread.join();
+    for (const auto& texts : read) EXPECT_EQ(texts, expected);
+}
 
 TEST(MuPDFDocument, LockedDocumentHasNoPagesOrCatalog) {
     testsupport::TempDir dir;
