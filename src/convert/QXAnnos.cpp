@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
+#include <new>
 #include <set>
 
 #include "convert/JobDocument.h"
 #include "convert/PDFAnnotations.h"
 #include "frontend/parsePageRange.h"
 #include "pdf/CGPDFDocumentCreateX.h"
+#include "platform/OutOfMemory.h"
 
 namespace convert {
 
@@ -66,6 +68,8 @@ std::int64_t QXAnnos::parseAnnosToXML(const platform::StopFlag& stop,
             // A job stopped while its damaged document was being repaired has nothing to write
             // and nothing to report: the host no longer waits for its result.
             if (stop.isSet()) return 0;
+            // Memory that ran out while the file was opened says nothing about its password.
+            if (platform::ranOutOfMemory()) throw std::bad_alloc();
             reporter.out("failed to verify the password!!!");
             return -1;
         }
