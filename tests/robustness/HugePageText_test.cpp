@@ -49,13 +49,7 @@ protected:
         }
     }
 
-    fs::path write(const std::string& bytes) {
-        const fs::path input = dir_.path() / "input.pdf";
-        EXPECT_TRUE(writeBytes(input, bytes));
-        fs::create_directories(dir_.path() / "out");
-        fs::create_directories(dir_.path() / "tmp");
-        return input;
-    }
+    fs::path write(const std::string& bytes) { return writeJobInput(dir_.path(), bytes); }
     std::map<std::string, std::string> tmp() const { return environmentFor(dir_.path() / "tmp"); }
 
     // Starts the job, raises its stop flag after delay and returns the seconds from the flag to

@@ -20,13 +20,7 @@ const Limits kLimits{std::chrono::minutes(3), 2048, 256};
 
 class StopBeforeStart : public testing::Test {
 protected:
-    fs::path write(const std::string& bytes) {
-        const fs::path input = dir_.path() / "input.pdf";
-        EXPECT_TRUE(writeBytes(input, bytes));
-        fs::create_directories(dir_.path() / "out");
-        fs::create_directories(dir_.path() / "tmp");
-        return input;
-    }
+    fs::path write(const std::string& bytes) { return writeJobInput(dir_.path(), bytes); }
 
     testsupport::TempDir dir_;
 };

@@ -69,12 +69,13 @@ inline std::map<std::string, std::string> environmentFor(const fs::path& tempora
     return {{"TMPDIR", temporaryDirectory.string()}};
 }
 
-// The tool to run where its memory is measured or limited: the tests' own when it has no
-// sanitizer, else the one PDFA_PLAIN_TOOL names; empty when there is none.
-inline std::string plainTool() {
-    if (!kToolHasAsan) return PDFA_TOOL;
-    const char* path = std::getenv("PDFA_PLAIN_TOOL");
-    return path != nullptr && fs::is_regular_file(path) ? path : "";
+// Writes a job's input as folder/input.pdf, beside the out/ and tmp/ folders its jobs use.
+inline fs::path writeJobInput(const fs::path& folder, const std::string& bytes) {
+    const fs::path input = folder / "input.pdf";
+    EXPECT_TRUE(writeBytes(input, bytes));
+    fs::create_directories(folder / "out");
+    fs::create_directories(folder / "tmp");
+    return input;
 }
 
 // Ended by itself, within the time limit, with no signal.
