@@ -43,6 +43,15 @@ protected:
         EXPECT_TRUE(document.ok());
         return std::move(document).value();
     }
+    // One page of count links without actions, the k-th at x = k.
+    Document pageOfLinks(int count) {
+        PdfFixture fixture;
+        fixture.page({0, 0, 600, 800});
+        for (int i = 0; i < count; ++i) {
+            fixture.annot("<< /Subtype /Link /Rect [" + std::to_string(i) + " 0 10 10] >>");
+        }
+        return open(fixture);
+    }
     // The raw links of the first page, whose /Annots holds the given dictionaries.
     std::string linksOf(const std::vector<std::string>& annots) {
         PdfFixture fixture;
@@ -174,12 +183,7 @@ TEST_F(ImprovePDFPage, PageWithoutAnnotsArrayHasNoLinks) {
 }
 
 TEST_F(ImprovePDFPage, StopFlagEndsTheListEarly) {
-    PdfFixture fixture;
-    fixture.page({0, 0, 600, 800});
-    for (int i = 0; i < 5; ++i) {
-        fixture.annot("<< /Subtype /Link /Rect [" + std::to_string(i) + " 0 10 10] >>");
-    }
-    Document doc = open(fixture);
+    Document doc = pageOfLinks(5);
     StopAfter stop(2);
     auto links = pdf::fmAnnotations(doc, 0, stop);
     ASSERT_EQ(links.size(), 2u);
@@ -204,12 +208,7 @@ TEST_F(ImprovePDFPage, OneWalkGivesTheModelsListAndTheRawLinks) {
 }
 
 TEST_F(ImprovePDFPage, StopEndsTheRawLinksButNotTheModelsList) {
-    PdfFixture fixture;
-    fixture.page({0, 0, 600, 800});
-    for (int i = 0; i < 4; ++i) {
-        fixture.annot("<< /Subtype /Link /Rect [" + std::to_string(i) + " 0 10 10] >>");
-    }
-    Document doc = open(fixture);
+    Document doc = pageOfLinks(4);
     StopAfter stop(1);
     pdf::PageAnnotations page = pdf::readPageAnnotations(doc, 0, stop);
     EXPECT_EQ(page.annotations.size(), 4u);
