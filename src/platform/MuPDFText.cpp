@@ -2,7 +2,6 @@
 // back from the engine's display space into PDF page space.
 #include <algorithm>
 
-#include "platform/DecimalFloat.h"
 #include "platform/MuPDFDocument.h"
 #include "platform/MuPDFEngine.h"
 #include "platform/StopRelay.h"
@@ -107,14 +106,12 @@ Result<fz_matrix> displayToPageSpace(fz_context* ctx, pdf_page* page) {
     return fz_invert_matrix(ctm);
 }
 
-Rect toPageRect(const fz_quad& quad, const fz_matrix& toPage) {
+CharBox toPageBox(const fz_quad& quad, const fz_matrix& toPage) {
     const fz_rect r = fz_rect_from_quad(fz_transform_quad(quad, toPage));
-    const double x0 = decimalValue(r.x0);
-    const double y0 = decimalValue(r.y0);
-    return {x0, y0, decimalValue(r.x1) - x0, decimalValue(r.y1) - y0};
+    return CharBox::corners(r.x0, r.y0, r.x1, r.y1);
 }
 
-void appendCodePoint(PageText& out, int c, const Rect& box) {
+void appendCodePoint(PageText& out, int c, const CharBox& box) {
     if (c < 0 || c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) c = 0xFFFD;
     if (c > 0xFFFF) {
         c -= 0x10000;
@@ -129,9 +126,9 @@ void appendCodePoint(PageText& out, int c, const Rect& box) {
 
 void appendLine(PageText& out, const fz_stext_line& line, const fz_matrix& toPage) {
     if (line.first_char == nullptr) return;
-    if (!out.text.empty()) appendCodePoint(out, '\n', Rect{});
+    if (!out.text.empty()) appendCodePoint(out, '\n', CharBox{});
     for (const fz_stext_char* ch = line.first_char; ch != nullptr; ch = ch->next) {
-        appendCodePoint(out, ch->c, toPageRect(ch->quad, toPage));
+        appendCodePoint(out, ch->c, toPageBox(ch->quad, toPage));
     }
 }
 

@@ -2,12 +2,26 @@
 
 #include <algorithm>
 
+#include "platform/DecimalFloat.h"
+
 namespace platform {
+
+CharBox::CharBox(const Rect& r)
+    : x0(static_cast<float>(r.minX())),
+      y0(static_cast<float>(r.minY())),
+      x1(static_cast<float>(r.maxX())),
+      y1(static_cast<float>(r.maxY())) {}
+
+Rect CharBox::rect() const {
+    const double x = decimalValue(x0);
+    const double y = decimalValue(y0);
+    return {x, y, decimalValue(x1) - x, decimalValue(y1) - y};
+}
 
 Rect PageText::boundsOfRange(std::size_t start, std::size_t length) const {
     Rect bounds;
     for (std::size_t i = start; i < boxes.size() && i - start < length; ++i) {
-        bounds = unionRect(bounds, boxes[i]);
+        bounds = unionRect(bounds, boxes[i].rect());
     }
     return bounds;
 }

@@ -53,8 +53,8 @@ double widthAfterScaledNesting(int keptLevels) {
     PageText text = textOf(page);
     EXPECT_EQ(text.text, u"H\nH");
     if (text.boxes.size() != 3) return 0;
-    EXPECT_NEAR(text.boxes[2].width, 7.22, 0.01) << "the states were not restored";
-    return text.boxes[0].width;
+    EXPECT_NEAR(text.boxes[2].rect().width, 7.22, 0.01) << "the states were not restored";
+    return text.boxes[0].rect().width;
 }
 
 TEST(MuPDFPageRun, SavesBeyondTheBoundAreIgnoredWithTheirRestores) {

@@ -29,14 +29,14 @@ TEST(MuPDFText, WordsOfOneLineWithBoxesInPageSpace) {
     PageText text = textOf(PdfFixture().page({0, 0, 600, 800}).text(100, 700, 10, "Hi Hi"));
     EXPECT_EQ(text.text, u"Hi Hi");
     ASSERT_EQ(text.boxes.size(), 5u);
-    EXPECT_NEAR(text.boxes[0].x, 100, 0.01);
-    EXPECT_NEAR(text.boxes[0].width, 10 * kWidthH, 0.01);
-    EXPECT_NEAR(text.boxes[1].x, 100 + 10 * kWidthH, 0.01);
-    EXPECT_NEAR(text.boxes[1].width, 10 * kWidthI, 0.01);
+    EXPECT_NEAR(text.boxes[0].rect().x, 100, 0.01);
+    EXPECT_NEAR(text.boxes[0].rect().width, 10 * kWidthH, 0.01);
+    EXPECT_NEAR(text.boxes[1].rect().x, 100 + 10 * kWidthH, 0.01);
+    EXPECT_NEAR(text.boxes[1].rect().width, 10 * kWidthI, 0.01);
     // The box spans the font's ascent and descent around the baseline.
-    EXPECT_LT(text.boxes[0].y, 700);
-    EXPECT_GT(text.boxes[0].maxY(), 700 + 5);
-    EXPECT_LT(text.boxes[0].maxY(), 700 + 12);
+    EXPECT_LT(text.boxes[0].rect().y, 700);
+    EXPECT_GT(text.boxes[0].rect().maxY(), 700 + 5);
+    EXPECT_LT(text.boxes[0].rect().maxY(), 700 + 12);
 }
 
 TEST(MuPDFText, LinesAreSeparatedByNewlinesWithEmptyBoxes) {
@@ -44,10 +44,10 @@ TEST(MuPDFText, LinesAreSeparatedByNewlinesWithEmptyBoxes) {
         PdfFixture().page({0, 0, 600, 800}).text(72, 700, 12, "first").text(72, 600, 12, "second"));
     EXPECT_EQ(text.text, u"first\nsecond");
     ASSERT_EQ(text.boxes.size(), 12u);
-    EXPECT_EQ(text.boxes[5], Rect{});
-    EXPECT_NEAR(text.boxes[6].x, 72, 0.01);
-    EXPECT_LT(text.boxes[6].y, 600);
-    EXPECT_GT(text.boxes[6].maxY(), 600);
+    EXPECT_EQ(text.boxes[5].rect(), Rect{});
+    EXPECT_NEAR(text.boxes[6].rect().x, 72, 0.01);
+    EXPECT_LT(text.boxes[6].rect().y, 600);
+    EXPECT_GT(text.boxes[6].rect().maxY(), 600);
 }
 
 TEST(MuPDFText, GapBetweenRunsBecomesSpace) {
@@ -64,10 +64,10 @@ TEST(MuPDFText, BoxesStayInPageSpaceOnRotatedAndCroppedPages) {
                                    .text(100, 700, 10, "Hi"));
         EXPECT_EQ(text.text, u"Hi");
         ASSERT_EQ(text.boxes.size(), 2u);
-        EXPECT_NEAR(text.boxes[0].x, 100, 0.01);
-        EXPECT_NEAR(text.boxes[0].width, 10 * kWidthH, 0.01);
-        EXPECT_LT(text.boxes[0].y, 700);
-        EXPECT_GT(text.boxes[0].maxY(), 705);
+        EXPECT_NEAR(text.boxes[0].rect().x, 100, 0.01);
+        EXPECT_NEAR(text.boxes[0].rect().width, 10 * kWidthH, 0.01);
+        EXPECT_LT(text.boxes[0].rect().y, 700);
+        EXPECT_GT(text.boxes[0].rect().maxY(), 705);
     }
 }
 

@@ -7,7 +7,9 @@ namespace {
 TEST(PageText, BoundsOfTwoLineRangeIsOneUnionRectangle) {
     platform::PageText page;
     page.text = u"ab\ncd";
-    page.boxes = {{10, 700, 5, 10}, {15, 700, 5, 10}, {}, {10, 680, 5, 10}, {15, 680, 5, 10}};
+    using platform::Rect;
+    page.boxes = {Rect{10, 700, 5, 10}, Rect{15, 700, 5, 10}, Rect{}, Rect{10, 680, 5, 10},
+                  Rect{15, 680, 5, 10}};
     EXPECT_EQ(page.boundsOfRange(1, 3), (platform::Rect{10, 680, 10, 30}));
 }
 

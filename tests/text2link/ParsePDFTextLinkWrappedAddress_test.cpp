@@ -14,9 +14,11 @@ platform::PageText twoLines() {
     platform::PageText page;
     const std::u16string first = u"see http://a.cn/x-", second = u"2/y.html ok";
     page.text = first + u"\n" + second;
-    for (std::size_t i = 0; i < first.size(); ++i) page.boxes.push_back({10.0 * i, 700, 10, 12});
+    for (std::size_t i = 0; i < first.size(); ++i)
+        page.boxes.push_back(Rect{10.0 * i, 700, 10, 12});
     page.boxes.push_back({});
-    for (std::size_t i = 0; i < second.size(); ++i) page.boxes.push_back({10.0 * i, 686, 10, 12});
+    for (std::size_t i = 0; i < second.size(); ++i)
+        page.boxes.push_back(Rect{10.0 * i, 686, 10, 12});
     return page;
 }
 
