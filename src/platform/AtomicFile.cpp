@@ -9,6 +9,8 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <random>
+#include <string_view>
 
 #include "platform/JobSignals.h"
 
@@ -19,22 +21,13 @@ Error systemError(const std::string& step, const std::string& path, int error) {
     return makeError(Error::Code::System, step + " " + path + ": " + std::strerror(error));
 }
 
-// umask can only be read by setting it, so it is read once.
-mode_t newFilePermissions() {
-    static const mode_t permissions = [] {
-        mode_t mask = ::umask(0);
-        ::umask(mask);
-        return 0666 & ~mask;
-    }();
-    return permissions;
-}
-
 // The replaced file's owner, group and permission bits go to the file that replaces it; a new
-// target gets what the umask allows. Owner and group are set only when they differ, as only
-// root may give a file away; the permission bits come after them, which may clear set-id bits.
+// target keeps what the sibling was created with, which the umask decided. Owner and group are
+// set only when they differ, as only root may give a file away; the permission bits come after
+// them, which may clear set-id bits.
 bool takeOverOwnership(int fd, const std::string& target) {
     struct stat existing {};
-    if (::stat(target.c_str(), &existing) != 0) return ::fchmod(fd, newFilePermissions()) == 0;
+    if (::stat(target.c_str(), &existing) != 0) return true;
     struct stat own {};
     if (::fstat(fd, &own) != 0) return false;
     if ((own.st_uid != existing.st_uid || own.st_gid != existing.st_gid) &&
@@ -70,13 +63,42 @@ void syncFolder(const std::filesystem::path& folder) {
 // Pieces are gathered up to this size before they are written.
 constexpr std::size_t kWriteBuffer = 64 * 1024;
 
-constexpr std::size_t kUniqueLength = 6;  // the "XXXXXX" mkstemp fills with letters and digits
+constexpr std::size_t kUniqueLength = 6;  // letters and digits after the prefix
+constexpr int kCreateAttempts = 100;      // names already taken before giving up
+
+// Letters and digits no other process is likely to choose. The sibling is created with the
+// permissions a new file gets (unlike mkstemp's, which a new target would have to be given
+// again), so the name is made here.
+std::string uniqueLetters() {
+    static constexpr std::string_view kLetters =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+    thread_local std::mt19937_64 random = [] {
+        std::random_device device;
+        std::seed_seq seed{device(), device(), static_cast<unsigned>(::getpid())};
+        return std::mt19937_64(seed);
+    }();
+    std::string letters(kUniqueLength, ' ');
+    for (char& letter : letters) letter = kLetters[random() % kLetters.size()];
+    return letters;
+}
+
+// The longest file name the folder takes. A job writes thousands of files into one folder, and
+// asking costs a system call, so the last folder's answer is kept.
+long nameLimit(const std::filesystem::path& folder) {
+    thread_local std::filesystem::path lastFolder;
+    thread_local long lastLimit = -1;
+    if (folder != lastFolder || lastLimit < 0) {
+        lastLimit = ::pathconf(folder.c_str(), _PC_NAME_MAX);
+        lastFolder = lastLimit < 0 ? std::filesystem::path() : folder;
+    }
+    return lastLimit;
+}
 
 // ".<name>." for target's siblings. Their names are the target's with 8 bytes more; a target
 // whose name is near the file system's limit lends only what fits.
 std::string siblingPrefix(const std::string& target) {
     std::string name = std::filesystem::path(target).filename().string();
-    long limit = ::pathconf(folderOf(target).c_str(), _PC_NAME_MAX);
+    long limit = nameLimit(folderOf(target));
     std::size_t fits = limit > 8 ? static_cast<std::size_t>(limit) - 8 : 247;
     if (name.size() > fits) name.resize(fits);
     return "." + name + ".";
@@ -105,9 +127,13 @@ void removeIfStale(const std::filesystem::path& path) {
 }  // namespace
 
 SiblingFile::SiblingFile(const std::string& target) : target_(target) {
-    std::string pattern =
-        (folderOf(target) / (siblingPrefix(target) + std::string(kUniqueLength, 'X'))).string();
-    fd_ = ::mkstemp(pattern.data());
+    const std::string start = (folderOf(target) / siblingPrefix(target)).string();
+    std::string pattern;
+    for (int attempt = 0; attempt < kCreateAttempts && fd_ < 0; ++attempt) {
+        pattern = start + uniqueLetters();
+        fd_ = ::open(pattern.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (fd_ < 0 && errno != EEXIST) break;
+    }
     if (fd_ < 0) {
         created_ = systemError("cannot create a temporary file beside", target, errno);
         return;

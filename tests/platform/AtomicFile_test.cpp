@@ -51,6 +51,28 @@ TEST(AtomicFile, WritesANewFile) {
     EXPECT_EQ(entryCount(dir.path()), 1u);
 }
 
+// As a file the program opened itself would get them, not the private ones of a temporary file.
+TEST(AtomicFile, GivesANewFileThePermissionsTheUmaskAllows) {
+    testsupport::TempDir dir;
+    const mode_t previous = ::umask(027);
+    platform::Status written = writeWhole(dir / "1.xml", "new");
+    ::umask(previous);
+    ASSERT_TRUE(written.ok());
+    struct stat info {};
+    ASSERT_EQ(::stat((dir / "1.xml").c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 07777, 0640u);
+}
+
+// Thousands of files in one folder, each through a sibling of its own.
+TEST(AtomicFile, ManyFilesInOneFolderLeaveNoSiblings) {
+    testsupport::TempDir dir;
+    for (int i = 0; i < 2000; ++i) {
+        ASSERT_TRUE(writeWhole(dir / (std::to_string(i) + ".xml"), std::to_string(i)).ok()) << i;
+    }
+    EXPECT_EQ(entryCount(dir.path()), 2000u);
+    EXPECT_EQ(readFile(dir / "1999.xml"), "1999");
+}
+
 TEST(AtomicFile, ReplacesAnExistingFileKeepingItsPermissions) {
     testsupport::TempDir dir;
     std::string path = dir / "1.xml";
