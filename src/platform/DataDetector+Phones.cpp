@@ -26,9 +26,6 @@ namespace {
 
 namespace pn = i18n::phonenumbers;
 
-// Numbers without a "+" are read as numbers of this region, whatever the process locale.
-constexpr const char* kDefaultRegion = "CN";
-
 // Converts increasing byte offsets of one UTF-8 text into 16-bit unit offsets.
 class OffsetMap {
 public:
@@ -167,7 +164,7 @@ std::size_t appendMatcherMatches(std::u16string_view text, std::size_t start, st
                                  std::size_t limit, const StopFlag& stop,
                                  std::vector<TextMatch>& out) {
     const std::string utf8 = toUTF8(text.substr(start, end - start));
-    pn::PhoneNumberMatcher matcher(*pn::PhoneNumberUtil::GetInstance(), utf8, kDefaultRegion,
+    pn::PhoneNumberMatcher matcher(*pn::PhoneNumberUtil::GetInstance(), utf8, kPhoneRegion,
                                    pn::PhoneNumberMatcher::POSSIBLE, INT_MAX);
     OffsetMap offsets(utf8);
     pn::PhoneNumberMatch match;
@@ -225,6 +222,12 @@ void appendPhoneMatches(std::u16string_view text, const StopFlag& stop,
     for (std::size_t g = 0; g < groups.size(); ++g) {
         if (groups[g].digits < kFewestDigits) continue;
         if (stop.isSet()) return;
+        if (isPlainNumberMatch(text, groups[g].start, groups[g].end)) {
+            const std::size_t length = groups[g].end - groups[g].start;
+            out.push_back({TextMatch::Kind::PhoneNumber, groups[g].start, length, std::nullopt,
+                           toUTF8(text.substr(groups[g].start, length))});
+            continue;
+        }
         // The character before a candidate and the text after it are looked at too.
         const std::size_t before = g > 0 ? groups[g - 1].end : 0;
         const std::size_t after = g + 1 < groups.size() ? groups[g + 1].start : text.size();

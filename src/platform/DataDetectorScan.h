@@ -9,11 +9,19 @@
 
 namespace platform::detail {
 
+// Numbers without a "+" are read as numbers of this region, whatever the process locale.
+inline constexpr const char* kPhoneRegion = "CN";
+
 // Each appends its matches in order of location; after a stop, those found so far.
 void appendLinkMatches(std::u16string_view text, const StopFlag& stop, std::vector<TextMatch>& out);
 // Telephone numbers of seven digits or more.
 void appendPhoneMatches(std::u16string_view text, const StopFlag& stop,
                         std::vector<TextMatch>& out);
+
+// Whether the digit group text[start, end) is a number the matcher would report as it stands,
+// decided without running it (see DataDetector+PlainNumbers.cpp). False says nothing: the
+// matcher decides those.
+bool isPlainNumberMatch(std::u16string_view text, std::size_t start, std::size_t end);
 
 // Every match of the telephone-number matcher run over the whole text at once, shorter
 // numbers included: what appendPhoneMatches must agree with.

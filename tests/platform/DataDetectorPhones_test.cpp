@@ -234,6 +234,73 @@ TEST(DataDetectorPhones, ShortNumbersAreNotReported) {
     EXPECT_EQ(describe(screened(u"call 1234567")), "5+7 1234567\n");
 }
 
+// Plain numbers are decided without the matcher: every leading three digits, the lengths the
+// region's numbers have and a few beside them, split or not, in the places print puts them,
+// quiet or not for the matcher's pattern.
+TEST(DataDetectorPhones, PlainNumbersDecidedWithoutTheMatcherAgreeWithIt) {
+    static const std::array<const char16_t*, 12> before = {
+        u"",  u" ",  u"Tel ", u"\u7535\u8BDD", u"call: ", u"(",
+        u"+", u"x ", u"\n",   u"No. ",         u"\uFF08", u" - "};
+    static const std::array<const char16_t*, 8> after = {u" ", u".",      u", ", u"\u3002",
+                                                         u")", u" ext 1", u"\n", u"/2"};
+    std::mt19937 random(18);
+    std::u16string text;
+    for (int prefix = 0; prefix < 1000; ++prefix) {
+        static const std::array<int, 6> lengths = {7, 8, 10, 11, 12, 13};
+        const int length = lengths[random() % lengths.size()];
+        std::u16string number;
+        for (int i = 0; i < length; ++i) {
+            const int digit = i == 0   ? prefix / 100
+                              : i == 1 ? prefix / 10 % 10
+                              : i == 2 ? prefix % 10
+                                       : static_cast<int>(random() % 10);
+            number += static_cast<char16_t>(u'0' + digit);
+        }
+        if (random() % 2 == 0) {
+            const std::size_t at = 3 + random() % (number.size() - 5);
+            number.insert(at, 1, random() % 2 == 0 ? u' ' : u'-');
+        }
+        text += before[random() % before.size()] + number + after[random() % after.size()];
+        if (prefix % 25 == 24) {
+            expectSameAsWholeText(text);
+            if (HasFailure()) return;
+            text.clear();
+        }
+    }
+}
+
+// The region's prefixes that change how the parse cuts a number, at every length, alone and split.
+TEST(DataDetectorPhones, PlainNumbersWithTheRegionsPrefixesAgreeWithTheMatcher) {
+    static const std::array<const char16_t*, 12> prefixes = {
+        u"00", u"01", u"11", u"12", u"179", u"17", u"86", u"87", u"400", u"800", u"0086", u"1[2"};
+    static const std::array<const char16_t*, 3> before = {u"", u"Tel ", u"\u7535\u8BDD"};
+    std::mt19937 random(19);
+    for (const char16_t* prefix : prefixes) {
+        std::u16string text;
+        for (std::size_t length = 7; length <= 16; ++length) {
+            for (bool split : {false, true}) {
+                std::u16string number = prefix;
+                while (number.size() < length)
+                    number += static_cast<char16_t>(u'0' + random() % 10);
+                if (split) number.insert(4, 1, u' ');
+                text += before[random() % before.size()] + number + u" ";
+            }
+        }
+        expectSameAsWholeText(text);
+    }
+}
+
+TEST(DataDetectorPhones, CommonNumbersInProseAreDecidedWithoutTheMatcher) {
+    using platform::detail::isPlainNumberMatch;
+    EXPECT_TRUE(isPlainNumberMatch(u"call 13812345678 now", 5, 16));
+    EXPECT_TRUE(isPlainNumberMatch(u"\u7535\u8BDD010-12345678\u3002", 2, 14));
+    EXPECT_TRUE(isPlainNumberMatch(u"Hotline: 400 1234567", 9, 20));
+    // Left to the matcher: a "+" that may lead the number, a carrier code, the country code.
+    EXPECT_FALSE(isPlainNumberMatch(u"+ 13812345678", 2, 13));
+    EXPECT_FALSE(isPlainNumberMatch(u"call 12345678901", 5, 16));
+    EXPECT_FALSE(isPlainNumberMatch(u"call 8613812345678", 5, 18));
+}
+
 }  // namespace
 
 namespace {
