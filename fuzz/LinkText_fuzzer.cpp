@@ -56,8 +56,8 @@ platform::PageText lineOf(const std::u16string& text) {
     platform::PageText page;
     page.text = text;
     for (std::size_t k = 0; k < text.size(); ++k) {
-        page.boxes.push_back({72.0 + 6.0 * static_cast<double>(k % 80),
-                              700.0 - 14.0 * static_cast<double>(k / 80), 6.0, 12.0});
+        page.boxes.push_back(platform::Rect{72.0 + 6.0 * static_cast<double>(k % 80),
+                                            700.0 - 14.0 * static_cast<double>(k / 80), 6.0, 12.0});
     }
     return page;
 }
