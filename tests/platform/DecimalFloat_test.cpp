@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <vector>
 
@@ -28,19 +30,40 @@ TEST(DecimalFloat, NumbersExactInBinaryStay) {
     EXPECT_EQ(decimalValue(1e20f), 1e20);  // written as an exponent by the shortest text
 }
 
-// Values converted before are remembered; many values that share a slot of that memory, asked
-// for again in another order, still each give their own decimal.
-TEST(DecimalFloat, ValuesAskedForAgainGiveTheSameDecimal) {
+double fromShortestText(float value) {
+    char text[32];
+    const auto written = std::to_chars(text, text + sizeof text, value);
+    double expected = 0;
+    std::from_chars(text, written.ptr, expected);
+    return expected;
+}
+
+// Most values are found by arithmetic instead of through the text; both must agree everywhere:
+// on floats spread over page coordinates, on decimals of up to four places with the floats
+// beside them, and near powers of two and ten.
+TEST(DecimalFloat, AgreesWithTheShortestTextOnPageCoordinates) {
     std::vector<float> values;
-    for (int i = 0; i < 20000; ++i) values.push_back(static_cast<float>(i) * 0.037f - 300.0f);
-    for (int pass = 0; pass < 2; ++pass) {
-        for (std::size_t k = 0; k < values.size(); ++k) {
-            const float value = values[pass == 0 ? k : (k * 7919) % values.size()];
-            char text[32];
-            const auto written = std::to_chars(text, text + sizeof text, value);
-            double expected = 0;
-            std::from_chars(text, written.ptr, expected);
-            ASSERT_EQ(decimalValue(value), expected) << text;
+    for (std::uint32_t bits = 0x3A000000; bits < 0x46A00000; bits += 4099) {
+        values.push_back(std::bit_cast<float>(bits));
+    }
+    for (int i = -200000; i <= 200000; i += 7) {
+        const float written = static_cast<float>(i / 100.0);
+        values.push_back(written);
+        values.push_back(std::nextafter(written, 1e9f));
+        values.push_back(std::nextafter(written, -1e9f));
+        values.push_back(static_cast<float>(i / 10000.0));
+    }
+    for (int e = -30; e < 30; ++e) {
+        for (float base : {std::ldexp(1.0f, e), std::pow(10.0f, static_cast<float>(e) / 3)}) {
+            values.push_back(base);
+            values.push_back(std::nextafter(base, 0.0f));
+            values.push_back(std::nextafter(base, 1e30f));
+        }
+    }
+    for (float value : values) {
+        for (float signedValue : {value, -value}) {
+            ASSERT_EQ(decimalValue(signedValue), fromShortestText(signedValue))
+                << std::bit_cast<std::uint32_t>(signedValue);
         }
     }
 }
