@@ -83,6 +83,18 @@ std::string xmlSafe(std::string_view text) {
     return safe;
 }
 
+// Sets a node's or an attribute's value to text without what XML cannot hold; plain text, what
+// nearly every value is, goes in without a copy.
+template <class Target>
+void setSafeValue(Target target, std::string_view text) {
+    if (isPlainText(text)) {
+        target.set_value(text.data(), text.size());
+    } else {
+        const std::string safe = xmlSafe(text);
+        target.set_value(safe.data(), safe.size());
+    }
+}
+
 class StringWriter final : public pugi::xml_writer {
 public:
     void write(const void* data, size_t size) override {
@@ -151,16 +163,16 @@ void XmlNode::setText(std::string_view text) {
     pugi::xml_node node = nodeOf(node_);
     if (!node) return;
     while (node.first_child()) node.remove_child(node.first_child());
-    node.append_child(pugi::node_pcdata).set_value(xmlSafe(text).c_str());
+    setSafeValue(node.append_child(pugi::node_pcdata), text);
 }
 
 void XmlNode::setAttribute(std::string_view name, std::string_view value) {
     pugi::xml_node node = nodeOf(node_);
     if (!node) return;
-    std::string key = asString(name);
-    pugi::xml_attribute attribute = node.attribute(key.c_str());
-    if (!attribute) attribute = node.append_attribute(key.c_str());
-    attribute.set_value(xmlSafe(value).c_str());
+    pugi::xml_attribute attribute = node.find_attribute(
+        [name](const pugi::xml_attribute& candidate) { return name == candidate.name(); });
+    if (!attribute) attribute = node.append_attribute(asString(name).c_str());
+    setSafeValue(attribute, value);
 }
 
 std::optional<std::string> XmlNode::attribute(std::string_view name) const {
@@ -204,7 +216,7 @@ XmlNode XmlNode::appendChild(std::string_view name) {
 }
 
 void XmlNode::appendCData(std::string_view text) {
-    nodeOf(node_).append_child(pugi::node_cdata).set_value(xmlSafe(text).c_str());
+    setSafeValue(nodeOf(node_).append_child(pugi::node_cdata), text);
 }
 
 std::string XmlNode::toCompactString() const {
