@@ -123,23 +123,38 @@ Annotation Document::annotation(const PdfObject& dictionary) const {
 
 Status Document::addLink(int index, const Rect& bounds, const std::optional<std::string>& url,
                          const std::vector<Rect>& lines) {
+    Annotation link;
+    link.bounds = bounds;
+    link.url = url;
+    link.lines = lines;
+    return addLinks(index, std::span<const Annotation>(&link, 1));
+}
+
+Status Document::addLinks(int index, std::span<const Annotation> links) {
     PdfObject page = pageObject(index);
     if (!page.isDictionary()) {
         return makeError(Error::Code::Argument, "no page " + std::to_string(index + 1));
     }
-    fz_rect rect =
-        fz_make_rect(static_cast<float>(bounds.minX()), static_cast<float>(bounds.minY()),
-                     static_cast<float>(bounds.maxX()), static_cast<float>(bounds.maxY()));
-    // Upper left, upper right, lower left, lower right: the order viewers read.
-    std::vector<float> quads;
-    for (const Rect& line : lines) {
-        const auto x0 = static_cast<float>(line.minX()), x1 = static_cast<float>(line.maxX());
-        const auto y0 = static_cast<float>(line.minY()), y1 = static_cast<float>(line.maxY());
-        quads.insert(quads.end(), {x0, y1, x1, y1, x0, y0, x1, y0});
+    Status firstFailure = Done{};
+    for (const Annotation& link : links) {
+        const Rect& bounds = link.bounds;
+        fz_rect rect =
+            fz_make_rect(static_cast<float>(bounds.minX()), static_cast<float>(bounds.minY()),
+                         static_cast<float>(bounds.maxX()), static_cast<float>(bounds.maxY()));
+        // Upper left, upper right, lower left, lower right: the order viewers read.
+        std::vector<float> quads;
+        for (const Rect& line : link.lines) {
+            const auto x0 = static_cast<float>(line.minX()), x1 = static_cast<float>(line.maxX());
+            const auto y0 = static_cast<float>(line.minY()), y1 = static_cast<float>(line.maxY());
+            quads.insert(quads.end(), {x0, y1, x1, y1, x0, y0, x1, y0});
+        }
+        const std::optional<std::string>& url = link.url;
+        Status added = appendLink(m_->engine->ctx, m_->engine->doc, PdfObjectAccess::raw(page),
+                                  rect, url ? url->c_str() : nullptr, url ? url->size() : 0,
+                                  quads.data(), link.lines.size());
+        if (!added && firstFailure) firstFailure = added;
     }
-    return appendLink(m_->engine->ctx, m_->engine->doc, PdfObjectAccess::raw(page), rect,
-                      url ? url->c_str() : nullptr, url ? url->size() : 0, quads.data(),
-                      lines.size());
+    return firstFailure;
 }
 
 }  // namespace platform

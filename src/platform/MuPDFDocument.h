@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -92,6 +93,9 @@ public:
     // lines, when given, become the link's /QuadPoints: one quadrilateral per line of its text.
     Status addLink(int index, const Rect& bounds, const std::optional<std::string>& url,
                    const std::vector<Rect>& lines = {});
+    // The same for each link's bounds, URL and lines, in order; the page is looked up once. A
+    // link that cannot be added is left out; the first such failure is returned.
+    Status addLinks(int index, std::span<const Annotation> links);
     // Writes the document to path: to a temporary file beside it, then renamed over it, keeping
     // the file's owner, group, permissions and encryption; incremental where the document allows
     // it. Fails, leaving path as it was, when path has several names (hard links) or its owner

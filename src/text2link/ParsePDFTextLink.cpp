@@ -62,9 +62,7 @@ void addScannedLinks(platform::Document& document, int index, std::vector<Annota
         collectCheckList(existing, checkList, stop);
         removeDuplicates(links, checkList, stop);
     }
-    for (const Annotation& link : links) {
-        (void)document.addLink(index, link.bounds, link.url, link.lines);
-    }
+    (void)document.addLinks(index, links);
 }
 
 // More workers than this add handles on the file, and their memory, for little gain.

@@ -64,6 +64,32 @@ TEST(MuPDFSave, AddedLinkReadsBackWithBoundsAndUrl) {
     EXPECT_EQ(filesIn(dir.path()), std::vector<std::string>{"a.pdf"});  // no temporary left
 }
 
+TEST(MuPDFSave, LinksAddedTogetherReadBackInOrder) {
+    testsupport::TempDir dir;
+    PdfFixture().pages(1, {0, 0, 600, 800}).write(dir / "a.pdf");
+    std::vector<platform::Annotation> links(3);
+    links[0].bounds = Rect{10, 20, 30, 40};
+    links[0].url = "http://a/";
+    links[1].bounds = Rect{50, 60, 70, 80};
+    links[1].lines = {Rect{50, 100, 70, 40}, Rect{50, 60, 20, 40}};
+    links[2].bounds = Rect{90, 100, 5, 6};
+    links[2].url = "tel:13812345678";
+    {
+        Document doc = openFile(dir / "a.pdf");
+        ASSERT_TRUE(doc.addLinks(0, links).ok());
+        EXPECT_FALSE(doc.addLinks(1, links).ok());  // no such page
+        ASSERT_TRUE(doc.save((dir / "a.pdf").string()).ok());
+    }
+    Document saved = openFile(dir / "a.pdf");
+    auto read = saved.annotations(0);
+    ASSERT_EQ(read.size(), 3u);
+    for (std::size_t k = 0; k < read.size(); ++k) {
+        EXPECT_EQ(read[k].bounds, links[k].bounds) << k;
+        EXPECT_EQ(read[k].url, links[k].url) << k;
+        EXPECT_EQ(read[k].lines, links[k].lines) << k;
+    }
+}
+
 TEST(MuPDFSave, SaveIsIncrementalAndKeepsTheOriginalBytes) {
     testsupport::TempDir dir;
     PdfFixture().pages(1, {0, 0, 600, 800}).text(72, 700, 12, "Hello").write(dir / "a.pdf");
