@@ -16,7 +16,6 @@ namespace platform::detail {
 namespace {
 
 bool isAsciiLetter(char32_t c) { return (c >= U'a' && c <= U'z') || (c >= U'A' && c <= U'Z'); }
-bool isAsciiDigit(char32_t c) { return c >= U'0' && c <= U'9'; }
 bool isAsciiAlnum(char32_t c) { return isAsciiLetter(c) || isAsciiDigit(c); }
 bool isOneOf(char32_t c, std::u16string_view set) {
     return c < 0x80 && set.find(static_cast<char16_t>(c)) != set.npos;

@@ -54,8 +54,6 @@ const std::array<bool, kMostDigits + 1>& possibleLengths() {
     return lengths;
 }
 
-bool isAsciiDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
-
 // What the matcher's candidate pattern may start with: "(", "[" and "+", also full width.
 bool isLead(char16_t c) {
     return std::u16string_view(u"([\uFF08\uFF3B+\uFF0B").find(c) != std::u16string_view::npos;

@@ -9,6 +9,8 @@
 
 namespace platform::detail {
 
+inline bool isAsciiDigit(char32_t c) { return c >= U'0' && c <= U'9'; }
+
 // Numbers without a "+" are read as numbers of this region, whatever the process locale.
 inline constexpr const char* kPhoneRegion = "CN";
 

@@ -121,15 +121,6 @@ Annotation Document::annotation(const PdfObject& dictionary) const {
     return readAnnotation(*m_->engine, catalog(), dictionary);
 }
 
-Status Document::addLink(int index, const Rect& bounds, const std::optional<std::string>& url,
-                         const std::vector<Rect>& lines) {
-    Annotation link;
-    link.bounds = bounds;
-    link.url = url;
-    link.lines = lines;
-    return addLinks(index, std::span<const Annotation>(&link, 1));
-}
-
 Status Document::addLinks(int index, std::span<const Annotation> links) {
     PdfObject page = pageObject(index);
     if (!page.isDictionary()) {

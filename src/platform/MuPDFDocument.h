@@ -89,12 +89,10 @@ public:
     Result<PageText> pageText(int index) const;
     Result<PageText> pageText(int index, const StopFlag& stop) const;
 
-    // Appends a link annotation to the page; the document is changed in memory only.
-    // lines, when given, become the link's /QuadPoints: one quadrilateral per line of its text.
-    Status addLink(int index, const Rect& bounds, const std::optional<std::string>& url,
-                   const std::vector<Rect>& lines = {});
-    // The same for each link's bounds, URL and lines, in order; the page is looked up once. A
-    // link that cannot be added is left out; the first such failure is returned.
+    // Appends a link annotation to the page for each link's bounds, URL and lines, in order; the
+    // document is changed in memory only. Lines become the link's /QuadPoints: one
+    // quadrilateral per line of its text. A link that cannot be added is left out; the first
+    // such failure is returned.
     Status addLinks(int index, std::span<const Annotation> links);
     // Writes the document to path: to a temporary file beside it, then renamed over it, keeping
     // the file's owner, group, permissions and encryption; incremental where the document allows

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/MuPDFDocument.h"
+#include "support/AddLink.h"
 #include "support/PdfFixture.h"
 #include "support/TempDir.h"
 
@@ -33,7 +34,8 @@ bool runJob(const std::filesystem::path& input, const std::filesystem::path& out
     auto annotations = document->annotations(0);
     bool readAll = annotations.size() == 2 && annotations[1].destination.has_value() &&
                    document->cropBox(1).width == 300 && document->rotation(1) == 90;
-    return readAll && document->addLink(0, {1, 2, 3, 4}, std::string("http://x/")).ok() &&
+    return readAll &&
+           testsupport::addLink(*document, 0, {1, 2, 3, 4}, std::string("http://x/")).ok() &&
            document->save(output.string()).ok();
 }
 

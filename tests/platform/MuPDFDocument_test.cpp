@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "robustness/PdfSurgery.h"
+#include "support/AddLink.h"
 #include "support/PdfFixture.h"
 #include "support/TempDir.h"
 
@@ -196,8 +197,9 @@ TEST(MuPDFDocument, HandlesOpenedAgainReadPagesOnSeveralThreadsAtOnce) {
     }
     // The job's own document goes on being used meanwhile.
     for (int page = 0; page < doc.pageCount(); ++page) {
-        EXPECT_TRUE(
-            doc.addLink(page, {72, 700, 100, 12}, std::string("http://www.example.org/")).ok());
+        EXPECT_TRUE(testsupport::addLink(doc, page, {72, 700, 100, 12},
+                                         std::string("http://www.example.org/"))
+                        .ok());
     }
     for (std::thread& thread : threads) thread.join();
     for (const auto& texts : read) EXPECT_EQ(texts, expected);

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/MuPDFDocument.h"
+#include "support/AddLink.h"
 #include "support/PdfFixture.h"
 #include "support/TempDir.h"
 
@@ -22,8 +23,9 @@ TEST(MuPDFLinkQuadPoints, AddedLinkWritesOneQuadrilateralPerLine) {
     const std::vector<Rect> lines = {{400, 700, 150, 12}, {72, 686, 60, 12}};
     {
         Document doc = openFile(dir / "a.pdf");
-        ASSERT_TRUE(doc.addLink(0, Rect{72, 686, 478, 26}, "http://a.com/x-y", lines).ok());
-        ASSERT_TRUE(doc.addLink(0, Rect{72, 600, 50, 12}, "http://b.com").ok());
+        ASSERT_TRUE(
+            testsupport::addLink(doc, 0, Rect{72, 686, 478, 26}, "http://a.com/x-y", lines).ok());
+        ASSERT_TRUE(testsupport::addLink(doc, 0, Rect{72, 600, 50, 12}, "http://b.com").ok());
         ASSERT_TRUE(doc.save((dir / "a.pdf").string()).ok());
     }
     Document saved = openFile(dir / "a.pdf");

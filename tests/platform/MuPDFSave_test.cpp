@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "platform/MuPDFDocument.h"
+#include "support/AddLink.h"
 #include "support/PdfFixture.h"
 #include "support/TempDir.h"
 
@@ -44,8 +45,10 @@ TEST(MuPDFSave, AddedLinkReadsBackWithBoundsAndUrl) {
         .write(dir / "a.pdf");
     {
         Document doc = openFile(dir / "a.pdf");
-        ASSERT_TRUE(doc.addLink(1, Rect{10, 20, 100, 15.5}, "https://example.com/a?b=c").ok());
-        ASSERT_TRUE(doc.addLink(0, Rect{30, 40, 50, 60}, std::nullopt).ok());
+        ASSERT_TRUE(
+            testsupport::addLink(doc, 1, Rect{10, 20, 100, 15.5}, "https://example.com/a?b=c")
+                .ok());
+        ASSERT_TRUE(testsupport::addLink(doc, 0, Rect{30, 40, 50, 60}, std::nullopt).ok());
         ASSERT_TRUE(doc.save((dir / "a.pdf").string()).ok());
     }
     Document saved = openFile(dir / "a.pdf");
@@ -97,7 +100,7 @@ TEST(MuPDFSave, SaveIsIncrementalAndKeepsTheOriginalBytes) {
     {
         Document doc = openFile(dir / "a.pdf");
         ASSERT_TRUE(doc.pageText(0).ok());
-        ASSERT_TRUE(doc.addLink(0, Rect{1, 2, 3, 4}, "http://x/").ok());
+        ASSERT_TRUE(testsupport::addLink(doc, 0, Rect{1, 2, 3, 4}, "http://x/").ok());
         ASSERT_TRUE(doc.save((dir / "a.pdf").string()).ok());
     }
     std::string saved = readFile(dir / "a.pdf");
@@ -130,7 +133,7 @@ TEST(MuPDFSave, BytesBeforeTheHeaderSurviveAnIncrementalSave) {
     std::ofstream(dir / "a.pdf", std::ios::binary) << bytes;
     {
         Document doc = openFile(dir / "a.pdf");
-        ASSERT_TRUE(doc.addLink(0, Rect{1, 2, 3, 4}, "http://x/").ok());
+        ASSERT_TRUE(testsupport::addLink(doc, 0, Rect{1, 2, 3, 4}, "http://x/").ok());
         ASSERT_TRUE(doc.save((dir / "a.pdf").string()).ok());
     }
     Document reread = openFile(dir / "a.pdf");
@@ -146,7 +149,7 @@ TEST(MuPDFSave, RepairedDocumentIsRewrittenInFull) {
     std::ofstream(dir / "broken.pdf", std::ios::binary) << bytes;
     {
         Document doc = openFile(dir / "broken.pdf");
-        ASSERT_TRUE(doc.addLink(1, Rect{1, 2, 3, 4}, "http://fixed/").ok());
+        ASSERT_TRUE(testsupport::addLink(doc, 1, Rect{1, 2, 3, 4}, "http://fixed/").ok());
         ASSERT_TRUE(doc.save((dir / "broken.pdf").string()).ok());
     }
     std::string saved = readFile(dir / "broken.pdf");
@@ -166,7 +169,7 @@ TEST(MuPDFSave, EncryptedDocumentStaysEncrypted) {
             .writeEncrypted(dir / "e.pdf", "user", "owner", method);
         {
             Document doc = openFile(dir / "e.pdf", "user");
-            ASSERT_TRUE(doc.addLink(0, Rect{1, 2, 3, 4}, "http://secret/").ok());
+            ASSERT_TRUE(testsupport::addLink(doc, 0, Rect{1, 2, 3, 4}, "http://secret/").ok());
             ASSERT_TRUE(doc.save((dir / "e.pdf").string()).ok());
         }
         auto reopened = Document::open((dir / "e.pdf").string());
@@ -191,7 +194,7 @@ TEST(MuPDFSave, RepairedEncryptedDocumentStaysEncrypted) {
     std::ofstream(dir / "e.pdf", std::ios::binary | std::ios::trunc) << bytes;
     {
         Document doc = openFile(dir / "e.pdf", "user");
-        ASSERT_TRUE(doc.addLink(0, Rect{1, 2, 3, 4}, "http://secret/").ok());
+        ASSERT_TRUE(testsupport::addLink(doc, 0, Rect{1, 2, 3, 4}, "http://secret/").ok());
         ASSERT_TRUE(doc.save((dir / "e.pdf").string()).ok());
     }
     auto reopened = Document::open((dir / "e.pdf").string());
@@ -207,7 +210,7 @@ TEST(MuPDFSave, PermissionsOfTheOriginalAreKept) {
     PdfFixture().pages(1, {0, 0, 600, 800}).write(dir / "a.pdf");
     ASSERT_EQ(::chmod((dir / "a.pdf").c_str(), 0640), 0);
     Document doc = openFile(dir / "a.pdf");
-    ASSERT_TRUE(doc.addLink(0, Rect{1, 2, 3, 4}, "http://x/").ok());
+    ASSERT_TRUE(testsupport::addLink(doc, 0, Rect{1, 2, 3, 4}, "http://x/").ok());
     ASSERT_TRUE(doc.save((dir / "a.pdf").string()).ok());
     struct stat info;
     ASSERT_EQ(::stat((dir / "a.pdf").c_str(), &info), 0);
@@ -219,7 +222,7 @@ TEST(MuPDFSave, SavesToANewPath) {
     PdfFixture().pages(1, {0, 0, 600, 800}).write(dir / "a.pdf");
     std::string original = readFile(dir / "a.pdf");
     Document doc = openFile(dir / "a.pdf");
-    ASSERT_TRUE(doc.addLink(0, Rect{1, 2, 3, 4}, "http://x/").ok());
+    ASSERT_TRUE(testsupport::addLink(doc, 0, Rect{1, 2, 3, 4}, "http://x/").ok());
     ASSERT_TRUE(doc.save((dir / "b.pdf").string()).ok());
     EXPECT_EQ(readFile(dir / "a.pdf"), original);
     EXPECT_EQ(openFile(dir / "b.pdf").annotations(0).size(), 1u);
@@ -229,9 +232,9 @@ TEST(MuPDFSave, SecondSaveWritesEverything) {
     testsupport::TempDir dir;
     PdfFixture().pages(2, {0, 0, 600, 800}).write(dir / "a.pdf");
     Document doc = openFile(dir / "a.pdf");
-    ASSERT_TRUE(doc.addLink(0, Rect{1, 2, 3, 4}, "http://one/").ok());
+    ASSERT_TRUE(testsupport::addLink(doc, 0, Rect{1, 2, 3, 4}, "http://one/").ok());
     ASSERT_TRUE(doc.save((dir / "a.pdf").string()).ok());
-    ASSERT_TRUE(doc.addLink(1, Rect{1, 2, 3, 4}, "http://two/").ok());
+    ASSERT_TRUE(testsupport::addLink(doc, 1, Rect{1, 2, 3, 4}, "http://two/").ok());
     ASSERT_TRUE(doc.save((dir / "a.pdf").string()).ok());
     Document reread = openFile(dir / "a.pdf");
     ASSERT_EQ(reread.annotations(0).size(), 1u);
@@ -246,7 +249,7 @@ TEST(MuPDFSave, FailureLeavesTheOriginalUntouched) {
     PdfFixture().pages(1, {0, 0, 600, 800}).write(dir / "a.pdf");
     std::string original = readFile(dir / "a.pdf");
     Document doc = openFile(dir / "a.pdf");
-    ASSERT_TRUE(doc.addLink(0, Rect{1, 2, 3, 4}, "http://x/").ok());
+    ASSERT_TRUE(testsupport::addLink(doc, 0, Rect{1, 2, 3, 4}, "http://x/").ok());
     auto saved = doc.save((dir / "a.pdf" / "inside.pdf").string());
     ASSERT_FALSE(saved.ok());
     EXPECT_EQ(saved.error().code, platform::Error::Code::System);
@@ -262,7 +265,7 @@ TEST(MuPDFSave, ReadOnlyFolderFailsCleanly) {
     std::string original = readFile(dir / "ro" / "a.pdf");
     ASSERT_EQ(::chmod((dir / "ro").c_str(), 0555), 0);
     Document doc = openFile(dir / "ro" / "a.pdf");
-    ASSERT_TRUE(doc.addLink(0, Rect{1, 2, 3, 4}, "http://x/").ok());
+    ASSERT_TRUE(testsupport::addLink(doc, 0, Rect{1, 2, 3, 4}, "http://x/").ok());
     EXPECT_FALSE(doc.save((dir / "ro" / "a.pdf").string()).ok());
     EXPECT_EQ(readFile(dir / "ro" / "a.pdf"), original);
     ::chmod((dir / "ro").c_str(), 0755);
@@ -283,7 +286,7 @@ TEST(MuPDFSave, AddLinkToMissingPageFails) {
     testsupport::TempDir dir;
     PdfFixture().pages(1, {0, 0, 600, 800}).write(dir / "a.pdf");
     Document doc = openFile(dir / "a.pdf");
-    auto added = doc.addLink(1, Rect{1, 2, 3, 4}, "http://x/");
+    auto added = testsupport::addLink(doc, 1, Rect{1, 2, 3, 4}, "http://x/");
     ASSERT_FALSE(added.ok());
     EXPECT_EQ(added.error().code, platform::Error::Code::Argument);
 }
@@ -295,7 +298,7 @@ TEST(MuPDFSave, LinkIsAppendedToAnIndirectAnnotsArray) {
     fixture.page({0, 0, 600, 800}).annotsValue(annots).write(dir / "a.pdf");
     {
         Document doc = openFile(dir / "a.pdf");
-        ASSERT_TRUE(doc.addLink(0, Rect{1, 2, 3, 4}, "http://x/").ok());
+        ASSERT_TRUE(testsupport::addLink(doc, 0, Rect{1, 2, 3, 4}, "http://x/").ok());
         ASSERT_TRUE(doc.save((dir / "a.pdf").string()).ok());
     }
     auto annotations = openFile(dir / "a.pdf").annotations(0);

@@ -11,6 +11,7 @@
 #include "pdf/ImprovePDFPage.h"
 #include "pdf/detectWidePageForFile.h"
 #include "platform/MuPDFDocument.h"
+#include "support/AddLink.h"
 #include "support/CorpusManifest.h"
 #include "support/TempDir.h"
 
@@ -125,7 +126,9 @@ TEST_P(Corpus, SavedLinkReadsBackAndEncryptionStays) {
     if (!password || opened->pageCount() == 0) return;
     bool encrypted = opened->isEncrypted();
     std::size_t before = opened->annotations(0).size();
-    ASSERT_TRUE(opened->addLink(0, {10, 20, 30, 40}, std::string("https://saved.example/")).ok());
+    ASSERT_TRUE(
+        testsupport::addLink(*opened, 0, {10, 20, 30, 40}, std::string("https://saved.example/"))
+            .ok());
     ASSERT_TRUE(opened->save(copy.string()).ok());
     opened = platform::Document::open(copy.string());
     ASSERT_TRUE(opened.ok());

@@ -169,7 +169,7 @@ TEST_P(RewrittenStopFlag, AStopWrittenIntoARewrittenFileIsHeard) {
 }
 
 const Case kCases[] = {
-    {"TextLinks", Kind::TextLinks, 300},
+    {"TextLinks", Kind::TextLinks, 1200},
     {"PageEditor", Kind::PageEditor, 1500},
     {"Slides", Kind::Slides, 300},
 };
