@@ -12,6 +12,7 @@
 #include "frontend/Entry.h"
 #include "frontend/JobRunner.h"
 #include "frontend/ProcessReporter.h"
+#include "platform/FreedMemory.h"
 #include "platform/JobSignals.h"
 
 namespace {
@@ -29,6 +30,7 @@ void loadUnwinder() {
 
 int main(int argc, char** argv) {
     loadUnwinder();
+    platform::keepFreedMemoryForReuse();
     platform::installJobSignals();
     const std::string_view mode = argc > 1 ? argv[1] : "";
     try {
