@@ -1,6 +1,7 @@
 // A page's text as the engine's structured-text device sees it, with every character's box taken
 // back from the engine's display space into PDF page space.
 #include <algorithm>
+#include <cmath>
 
 #include "platform/MuPDFDocument.h"
 #include "platform/MuPDFEngine.h"
@@ -106,9 +107,31 @@ Result<fz_matrix> displayToPageSpace(fz_context* ctx, pdf_page* page) {
     return fz_invert_matrix(ctm);
 }
 
-CharBox toPageBox(const fz_quad& quad, const fz_matrix& toPage) {
-    const fz_rect r = fz_rect_from_quad(fz_transform_quad(quad, toPage));
-    return CharBox::corners(r.x0, r.y0, r.x1, r.y1);
+float transformedX(fz_point p, const fz_matrix& m) { return p.x * m.a + p.y * m.c + m.e; }
+float transformedY(fz_point p, const fz_matrix& m) { return p.x * m.b + p.y * m.d + m.f; }
+float min4(float a, float b, float c, float d) { return fz_min(fz_min(a, b), fz_min(c, d)); }
+float max4(float a, float b, float c, float d) { return fz_max(fz_max(a, b), fz_max(c, d)); }
+
+bool isFinite(const fz_quad& q) {
+    return std::isfinite(q.ll.x) && std::isfinite(q.ll.y) && std::isfinite(q.lr.x) &&
+           std::isfinite(q.lr.y) && std::isfinite(q.ul.x) && std::isfinite(q.ul.y) &&
+           std::isfinite(q.ur.x) && std::isfinite(q.ur.y);
+}
+
+// The engine's own arithmetic (fz_transform_quad, then fz_rect_from_quad's minima and maxima in
+// its order), written out: through its functions it cost two calls for every character of every
+// page. Quads the engine treats apart, with coordinates that are not finite, take its path.
+CharBox toPageBox(const fz_quad& q, const fz_matrix& toPage) {
+    if (!isFinite(q)) {
+        const fz_rect r = fz_rect_from_quad(fz_transform_quad(q, toPage));
+        return CharBox::corners(r.x0, r.y0, r.x1, r.y1);
+    }
+    const float llx = transformedX(q.ll, toPage), lly = transformedY(q.ll, toPage);
+    const float lrx = transformedX(q.lr, toPage), lry = transformedY(q.lr, toPage);
+    const float ulx = transformedX(q.ul, toPage), uly = transformedY(q.ul, toPage);
+    const float urx = transformedX(q.ur, toPage), ury = transformedY(q.ur, toPage);
+    return CharBox::corners(min4(llx, lrx, ulx, urx), min4(lly, lry, uly, ury),
+                            max4(llx, lrx, ulx, urx), max4(lly, lry, uly, ury));
 }
 
 void appendCodePoint(PageText& out, int c, const CharBox& box) {
