@@ -353,7 +353,19 @@ std::optional<std::optional<std::string>> urlFor(std::u16string_view text, const
     return std::optional(parseURL(addingPercentEscapes(url)));
 }
 
+bool isAddressChar(char32_t c) { return isLabelChar(c) || isLocalPartChar(c); }
+
+// Every link starts with a run of address characters that holds a dot (a host of two labels or
+// more) or is followed by the ":" of a scheme or the "@" of an e-mail address. Most words are
+// no such run, and are passed over after one look instead of one per kind of link.
+bool mayStartLink(std::u16string_view text, std::size_t start) {
+    const std::size_t end = skipWhile(text, start, isAddressChar);
+    if (end < text.size() && (text[end] == u':' || text[end] == u'@')) return true;
+    return text.substr(start, end - start).find(u'.') != std::u16string_view::npos;
+}
+
 std::optional<Found> linkAt(std::u16string_view text, std::size_t start) {
+    if (!mayStartLink(text, start)) return std::nullopt;
     if (auto found = schemeLinkAt(text, start)) return found;
     if (auto found = emailAt(text, start)) return found;
     return webAddressAt(text, start);
