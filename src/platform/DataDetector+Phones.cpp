@@ -200,6 +200,19 @@ void appendStretchMatches(std::u16string_view text, std::size_t start, std::size
     }
 }
 
+// The matcher on the text around groups[g]: the character before a candidate and the text
+// after it are looked at too.
+void appendGroupMatches(std::u16string_view text, const std::vector<DigitGroup>& groups,
+                        std::size_t g, const StopFlag& stop, std::vector<TextMatch>& out) {
+    const std::size_t before = g > 0 ? groups[g - 1].end : 0;
+    const std::size_t after = g + 1 < groups.size() ? groups[g + 1].start : text.size();
+    std::size_t start = groups[g].start - std::min(groups[g].start - before, kMostLeadUnits + 2);
+    std::size_t end = std::min(groups[g].end + 8, after);
+    start -= splitsCodePoint(text, start);
+    end += splitsCodePoint(text, end);
+    appendStretchMatches(text, start, end, stop, out);
+}
+
 }  // namespace
 
 void appendAllMatcherMatches(std::u16string_view text, std::vector<TextMatch>& out) {
@@ -222,22 +235,15 @@ void appendPhoneMatches(std::u16string_view text, const StopFlag& stop,
     for (std::size_t g = 0; g < groups.size(); ++g) {
         if (groups[g].digits < kFewestDigits) continue;
         if (stop.isSet()) return;
-        if (isPlainNumberMatch(text, groups[g].start, groups[g].end)) {
-            const std::size_t length = groups[g].end - groups[g].start;
-            out.push_back({TextMatch::Kind::PhoneNumber, groups[g].start, length, std::nullopt,
-                           toUTF8(text.substr(groups[g].start, length))});
-            continue;
-        }
-        // The character before a candidate and the text after it are looked at too.
-        const std::size_t before = g > 0 ? groups[g - 1].end : 0;
-        const std::size_t after = g + 1 < groups.size() ? groups[g + 1].start : text.size();
-        std::size_t start =
-            groups[g].start - std::min(groups[g].start - before, kMostLeadUnits + 2);
-        std::size_t end = std::min(groups[g].end + 8, after);
-        start -= splitsCodePoint(text, start);
-        end += splitsCodePoint(text, end);
         const std::size_t first = out.size();
-        appendStretchMatches(text, start, end, stop, out);
+        if (auto numbers = plainGroupNumbers(text, groups[g].start, groups[g].end)) {
+            for (const TextRange& number : *numbers) {
+                out.push_back({TextMatch::Kind::PhoneNumber, number.location, number.length,
+                               std::nullopt, toUTF8(text.substr(number.location, number.length))});
+            }
+        } else {
+            appendGroupMatches(text, groups, g, stop, out);
+        }
         // Shorter numbers of the group never become links.
         out.erase(std::remove_if(out.begin() + static_cast<std::ptrdiff_t>(first), out.end(),
                                  [text](const TextMatch& m) {

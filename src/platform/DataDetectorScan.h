@@ -1,6 +1,8 @@
 #pragma once
 // Internal to the data detector: the two scanners whose matches findMatches merges.
 
+#include <cstddef>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -20,10 +22,17 @@ void appendLinkMatches(std::u16string_view text, const StopFlag& stop, std::vect
 void appendPhoneMatches(std::u16string_view text, const StopFlag& stop,
                         std::vector<TextMatch>& out);
 
-// Whether the digit group text[start, end) is a number the matcher would report as it stands,
-// decided without running it (see DataDetector+PlainNumbers.cpp). False says nothing: the
-// matcher decides those.
-bool isPlainNumberMatch(std::u16string_view text, std::size_t start, std::size_t end);
+// Where a number stands in a text, in 16-bit units.
+struct TextRange {
+    std::size_t location = 0;
+    std::size_t length = 0;
+    bool operator==(const TextRange&) const = default;
+};
+
+// The numbers the matcher would report in the digit group text[start, end), decided without
+// running it (see DataDetector+PlainNumbers.cpp); nullopt when only the matcher can tell.
+std::optional<std::vector<TextRange>> plainGroupNumbers(std::u16string_view text,
+                                                        std::size_t start, std::size_t end);
 
 // Every match of the telephone-number matcher run over the whole text at once, shorter
 // numbers included: what appendPhoneMatches must agree with.

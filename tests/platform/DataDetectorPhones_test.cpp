@@ -290,15 +290,74 @@ TEST(DataDetectorPhones, PlainNumbersWithTheRegionsPrefixesAgreeWithTheMatcher) 
     }
 }
 
+// Rows of plain numbers and numbers beside other digits, as tables, lists and addresses written
+// in one line hold them: words of one to thirteen digits, split or not, side by side.
+TEST(DataDetectorPhones, RowsOfPlainNumbersAgreeWithTheMatcher) {
+    static const std::array<const char16_t*, 8> leads = {u"1", u"13", u"138", u"400", u"0",
+                                                         u"010", u"2", u"9"};
+    static const std::array<const char16_t*, 6> before = {u"", u"Tel ", u"p", u"id=",
+                                                          u"\u7535\u8BDD", u"No. "};
+    std::mt19937 random(20);
+    std::u16string text;
+    for (int row = 0; row < 1200; ++row) {
+        std::u16string group;
+        // Now and then a row longer than the matcher's pattern reads at once.
+        const int words = row % 50 == 0 ? 20 + static_cast<int>(random() % 5)
+                                        : 2 + static_cast<int>(random() % 3);
+        for (int w = 0; w < words; ++w) {
+            if (w > 0) group += u' ';
+            std::u16string word = random() % 3 == 0 ? leads[random() % leads.size()] : u"";
+            const std::size_t length = 1 + random() % 13;
+            while (word.size() < length) word += static_cast<char16_t>(u'0' + random() % 10);
+            if (word.size() > 6 && random() % 3 == 0) word.insert(3, 1, u'-');
+            group += word;
+        }
+        text += before[random() % before.size()] + group + u" ";
+        if (row % 5 == 4) {
+            expectSameAsWholeText(text);
+            if (HasFailure()) return;
+            text.clear();
+        }
+    }
+}
+
+std::string decided(std::u16string_view text, std::size_t start, std::size_t end) {
+    const auto numbers = platform::detail::plainGroupNumbers(text, start, end);
+    if (!numbers) return "matcher";
+    std::string out;
+    for (const platform::detail::TextRange& n : *numbers) {
+        out += std::to_string(n.location) + "+" + std::to_string(n.length) + " ";
+    }
+    return out;
+}
+
 TEST(DataDetectorPhones, CommonNumbersInProseAreDecidedWithoutTheMatcher) {
-    using platform::detail::isPlainNumberMatch;
-    EXPECT_TRUE(isPlainNumberMatch(u"call 13812345678 now", 5, 16));
-    EXPECT_TRUE(isPlainNumberMatch(u"\u7535\u8BDD010-12345678\u3002", 2, 14));
-    EXPECT_TRUE(isPlainNumberMatch(u"Hotline: 400 1234567", 9, 20));
-    // Left to the matcher: a "+" that may lead the number, a carrier code, the country code.
-    EXPECT_FALSE(isPlainNumberMatch(u"+ 13812345678", 2, 13));
-    EXPECT_FALSE(isPlainNumberMatch(u"call 12345678901", 5, 16));
-    EXPECT_FALSE(isPlainNumberMatch(u"call 8613812345678", 5, 18));
+    EXPECT_EQ(decided(u"call 13812345678 now", 5, 16), "5+11 ");
+    EXPECT_EQ(decided(u"\u7535\u8BDD010-12345678\u3002", 2, 14), "2+12 ");
+    EXPECT_EQ(decided(u"Hotline: 400 1234567", 9, 20), "9+11 ");
+    // Two numbers side by side: each is found in turn.
+    EXPECT_EQ(decided(u"13801243783 010-34904389", 0, 24), "0+11 12+12 ");
+    // Too long as a whole, and "400" alone is too short: the matcher takes the second word,
+    // then what follows it.
+    EXPECT_EQ(decided(u"400 4491345 400 6866458", 0, 23), "4+7 12+11 ");
+    EXPECT_EQ(decided(u"p93 400 3078587", 1, 15), "1+14 ");
+    // Left to the matcher: a "+" that may lead the number, a carrier code, the country code,
+    // two separators in a row.
+    EXPECT_EQ(decided(u"+ 13812345678", 2, 13), "matcher");
+    EXPECT_EQ(decided(u"call 12345678901", 5, 16), "matcher");
+    EXPECT_EQ(decided(u"call 8613812345678", 5, 18), "matcher");
+    EXPECT_EQ(decided(u"400  1234567", 0, 12), "matcher");
+    // More blocks than the matcher's pattern reads at once.
+    std::u16string row = u"138";
+    for (int k = 0; k < 21; ++k) row += u" 456";
+    EXPECT_EQ(decided(row, 0, row.size()), "matcher");
+    row.resize(row.size() - 4);
+    EXPECT_EQ(decided(row, 0, row.size()), "");
+    // The matcher reads the first 21 blocks, finds nothing in them, and then reads the last two
+    // as one number.
+    std::u16string shortWords;
+    for (int k = 0; k < 21; ++k) shortWords += u"5 ";
+    expectSameAsWholeText(shortWords + u"138 12345678");
 }
 
 }  // namespace
