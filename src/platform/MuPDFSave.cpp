@@ -14,12 +14,35 @@
 namespace platform {
 namespace {
 
-bool canWriteIncrementally(fz_context* ctx, pdf_document* doc) {
+// An update lists the objects it changes as runs of object numbers, and the engine walks that
+// list for every object it looks up in the file ever after: a book whose every page gained a
+// link would open and read many times slower, in the next job too. An update of more runs than
+// this is written as a whole new file instead, unless the document has signatures, which only an
+// update keeps valid.
+constexpr int kMostUpdateRuns = 256;
+
+// The runs of object numbers an incremental write would list.
+int updateRuns(fz_context* ctx, pdf_document* doc) {
+    // Without changes there is no update section to look at.
+    if (doc->num_incremental_sections == 0) return 0;
+    int runs = 0;
+    bool inRun = false;
+    const int length = pdf_xref_len(ctx, doc);
+    for (int num = 0; num < length; ++num) {
+        const bool changed = pdf_xref_is_incremental(ctx, doc, num) != 0;
+        runs += changed && !inRun;
+        inRun = changed;
+    }
+    return runs;
+}
+
+bool writesIncrementally(fz_context* ctx, pdf_document* doc) {
     int result = 0;
     fz_var(result);
     fz_try(ctx) {
         result = doc->file != nullptr && !pdf_was_repaired(ctx, doc) &&
-                 pdf_can_be_saved_incrementally(ctx, doc);
+                 pdf_can_be_saved_incrementally(ctx, doc) &&
+                 (updateRuns(ctx, doc) <= kMostUpdateRuns || pdf_count_signatures(ctx, doc) > 0);
     }
     fz_catch(ctx) { result = 0; }
     return result != 0;
@@ -96,7 +119,7 @@ Status Document::save(const std::string& path) {
     if (pages != m_->engine->firstPageCount) {
         return makeError(Error::Code::Format, "the document lost pages while it was read");
     }
-    bool incremental = !m_->saved && canWriteIncrementally(engine.ctx, engine.doc);
+    bool incremental = !m_->saved && writesIncrementally(engine.ctx, engine.doc);
     Status written = writeVerifiedPdf(engine, temporary, incremental, pages);
     if (!written && incremental) written = writeVerifiedPdf(engine, temporary, false, pages);
     if (!written) return written;

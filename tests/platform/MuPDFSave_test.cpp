@@ -108,6 +108,72 @@ TEST(MuPDFSave, SaveIsIncrementalAndKeepsTheOriginalBytes) {
     EXPECT_EQ(saved.substr(0, original.size()), original);
 }
 
+// Adds a link to every page of the file and saves it over itself; returns the saved bytes.
+std::string linkEveryPage(const std::filesystem::path& path, int pages) {
+    {
+        Document doc = openFile(path);
+        for (int page = 0; page < pages; ++page) {
+            EXPECT_TRUE(testsupport::addLink(doc, page, Rect{1, 2, 3, 4}, "http://x/").ok());
+        }
+        EXPECT_TRUE(doc.save(path.string()).ok());
+    }
+    return readFile(path);
+}
+
+std::size_t countOf(const std::string& text, const std::string& word) {
+    std::size_t count = 0;
+    for (std::size_t at = text.find(word); at != std::string::npos; at = text.find(word, at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
+// Links on every page of a book change objects all over the file; as an update they would make
+// every later open of the book slow, so the file is written anew, with one cross-reference table.
+TEST(MuPDFSave, ChangesAllOverTheFileAreWrittenAsANewFile) {
+    testsupport::TempDir dir;
+    constexpr int kPages = 300;
+    PdfFixture().pages(kPages, {0, 0, 300, 400}).write(dir / "book.pdf");
+    const std::string original = readFile(dir / "book.pdf");
+    const std::string saved = linkEveryPage(dir / "book.pdf", kPages);
+    EXPECT_FALSE(saved.starts_with(original));
+    EXPECT_EQ(countOf(saved, "startxref"), 1u);
+    EXPECT_EQ(countOf(saved, "/Prev"), 0u);
+    Document reread = openFile(dir / "book.pdf");
+    ASSERT_EQ(reread.pageCount(), kPages);
+    for (int page = 0; page < kPages; page += 37) {
+        ASSERT_EQ(reread.annotations(page).size(), 1u) << page;
+        EXPECT_EQ(reread.annotations(page)[0].url, "http://x/") << page;
+    }
+}
+
+TEST(MuPDFSave, ChangesOnAFewPagesStayAnUpdate) {
+    testsupport::TempDir dir;
+    PdfFixture().pages(300, {0, 0, 300, 400}).write(dir / "book.pdf");
+    const std::string original = readFile(dir / "book.pdf");
+    const std::string saved = linkEveryPage(dir / "book.pdf", 200);
+    EXPECT_TRUE(saved.starts_with(original));
+    EXPECT_EQ(countOf(saved, "startxref"), 2u);
+}
+
+// Only an update keeps a signature valid, however many objects it changes.
+TEST(MuPDFSave, SignedDocumentStaysAnUpdate) {
+    testsupport::TempDir dir;
+    constexpr int kPages = 300;
+    PdfFixture fixture;
+    fixture.pages(kPages, {0, 0, 300, 400});
+    const std::string signature = fixture.object(
+        "<< /Type /Sig /Filter /Adobe.PPKLite /SubFilter /adbe.pkcs7.detached "
+        "/ByteRange [0 0 0 0] /Contents <00> >>");
+    const std::string field = fixture.object(
+        "<< /Type /Annot /Subtype /Widget /FT /Sig /T (Signature1) /Rect [0 0 0 0] /V " +
+        signature + " >>");
+    fixture.catalogEntry("AcroForm", "<< /Fields [" + field + "] >>").write(dir / "signed.pdf");
+    const std::string original = readFile(dir / "signed.pdf");
+    const std::string saved = linkEveryPage(dir / "signed.pdf", kPages);
+    EXPECT_TRUE(saved.starts_with(original));
+}
+
 TEST(MuPDFSave, ReadingTextDoesNotChangeTheDocument) {
     testsupport::TempDir dir;
     PdfFixture()
