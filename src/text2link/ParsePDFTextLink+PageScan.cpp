@@ -147,12 +147,15 @@ bool ParsePDFTextLink::checkRemoveAnnoFrom(std::vector<Annotation>& list, std::i
                                            const platform::StopFlag& stop) {
     if (index < 0 || static_cast<std::uint64_t>(index) >= list.size()) return false;
     const auto position = static_cast<std::size_t>(index);
+    if (checkList.empty()) return false;
     const std::optional<std::string> host = hostOf(list[position]);
-    if (!host || checkList.empty()) return false;
+    if (!host) return false;
     for (const Annotation& existing : checkList) {
         if (stop.isSet()) return false;
+        // The rectangles first: parsing the existing link's address costs far more.
+        if (!overlaps(list[position].bounds, existing.bounds)) continue;
         const std::optional<std::string> existingHost = hostOf(existing);
-        if (!existingHost || !overlaps(list[position].bounds, existing.bounds)) continue;
+        if (!existingHost) continue;
         if (existingHost->find(*host) != std::string::npos ||
             host->find(*existingHost) != std::string::npos) {
             list.erase(list.begin() + static_cast<std::ptrdiff_t>(position));

@@ -47,7 +47,6 @@ void removeDuplicates(std::vector<Annotation>& links, const std::vector<Annotati
                       const platform::StopFlag& stop) {
     for (std::size_t k = links.size(); k-- > 0;) {
         if (stop.isSet()) return;
-        if (!links[k].url || !platform::hostOfURL(*links[k].url)) continue;
         ParsePDFTextLink::checkRemoveAnnoFrom(links, static_cast<std::int64_t>(k), checkList, stop);
     }
 }
