@@ -112,10 +112,10 @@ float transformedY(fz_point p, const fz_matrix& m) { return p.x * m.b + p.y * m.
 float min4(float a, float b, float c, float d) { return fz_min(fz_min(a, b), fz_min(c, d)); }
 float max4(float a, float b, float c, float d) { return fz_max(fz_max(a, b), fz_max(c, d)); }
 
+// A coordinate that is infinite or not a number makes the sum so; a sum that overflows only
+// sends a finite quad the engine's way, which gives the same box.
 bool isFinite(const fz_quad& q) {
-    return std::isfinite(q.ll.x) && std::isfinite(q.ll.y) && std::isfinite(q.lr.x) &&
-           std::isfinite(q.lr.y) && std::isfinite(q.ul.x) && std::isfinite(q.ul.y) &&
-           std::isfinite(q.ur.x) && std::isfinite(q.ur.y);
+    return std::isfinite(q.ll.x + q.ll.y + q.lr.x + q.lr.y + q.ul.x + q.ul.y + q.ur.x + q.ur.y);
 }
 
 // The engine's own arithmetic (fz_transform_quad, then fz_rect_from_quad's minima and maxima in
