@@ -109,9 +109,10 @@ TEST(MuPDFSave, SaveIsIncrementalAndKeepsTheOriginalBytes) {
 }
 
 // Adds a link to every page of the file and saves it over itself; returns the saved bytes.
-std::string linkEveryPage(const std::filesystem::path& path, int pages) {
+std::string linkEveryPage(const std::filesystem::path& path, int pages,
+                          const std::string& password = "") {
     {
-        Document doc = openFile(path);
+        Document doc = openFile(path, password);
         for (int page = 0; page < pages; ++page) {
             EXPECT_TRUE(testsupport::addLink(doc, page, Rect{1, 2, 3, 4}, "http://x/").ok());
         }
@@ -145,6 +146,23 @@ TEST(MuPDFSave, ChangesAllOverTheFileAreWrittenAsANewFile) {
         ASSERT_EQ(reread.annotations(page).size(), 1u) << page;
         EXPECT_EQ(reread.annotations(page)[0].url, "http://x/") << page;
     }
+}
+
+TEST(MuPDFSave, EncryptedBookWrittenAsANewFileStaysEncrypted) {
+    testsupport::TempDir dir;
+    constexpr int kPages = 300;
+    PdfFixture().pages(kPages, {0, 0, 300, 400}).writeEncrypted(dir / "e.pdf", "user", "owner",
+                                                                 "aes-128");
+    const std::string saved = linkEveryPage(dir / "e.pdf", kPages, "user");
+    EXPECT_EQ(countOf(saved, "startxref"), 1u);
+    EXPECT_EQ(saved.find("http://x/"), std::string::npos);
+    auto reopened = Document::open((dir / "e.pdf").string());
+    ASSERT_TRUE(reopened.ok());
+    EXPECT_FALSE(reopened->unlock(""));
+    ASSERT_TRUE(reopened->unlock("user"));
+    ASSERT_EQ(reopened->pageCount(), kPages);
+    ASSERT_EQ(reopened->annotations(kPages - 1).size(), 1u);
+    EXPECT_EQ(reopened->annotations(kPages - 1)[0].url, "http://x/");
 }
 
 TEST(MuPDFSave, ChangesOnAFewPagesStayAnUpdate) {
