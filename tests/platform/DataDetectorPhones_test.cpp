@@ -11,6 +11,8 @@
 
 #include "platform/DataDetectorScan.h"
 #include "platform/ICUText.h"
+#include "platform/MuPDFDocument.h"
+#include "support/CorpusManifest.h"
 #include "text2link/PeerCases.h"
 
 namespace {
@@ -359,6 +361,34 @@ TEST(DataDetectorPhones, CommonNumbersInProseAreDecidedWithoutTheMatcher) {
     for (int k = 0; k < 21; ++k) shortWords += u"5 ";
     expectSameAsWholeText(shortWords + u"138 12345678");
 }
+
+// Real text is the judge: the page texts of the shared corpus of real PDFs, scanned both ways.
+class DataDetectorPhonesCorpus : public ::testing::TestWithParam<testsupport::CorpusFile> {};
+
+// Enough pages of each file to meet its kinds of text, few enough for the whole-text matcher.
+constexpr int kCorpusPagesPerFile = 30;
+
+TEST_P(DataDetectorPhonesCorpus, PageTextsAgreeWithTheMatcher) {
+    PDFA_SKIP_WITHOUT_CORPUS();
+    const testsupport::CorpusFile& file = GetParam();
+    auto document = platform::Document::open(file.path().string());
+    if (!document) return;  // damaged beyond opening: nothing to scan
+    if (!document->unlock("") && !(file.userPassword && document->unlock(*file.userPassword))) {
+        return;
+    }
+    const int pages = std::min(document->pageCount(), kCorpusPagesPerFile);
+    for (int page = 0; page < pages; ++page) {
+        auto text = document->pageText(page);
+        if (!text) continue;
+        SCOPED_TRACE("page " + std::to_string(page + 1));
+        expectSameAsWholeText(text->text);
+        if (HasFailure()) return;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, DataDetectorPhonesCorpus,
+                         ::testing::ValuesIn(testsupport::corpusCases()),
+                         testsupport::corpusTestName);
 
 }  // namespace
 
