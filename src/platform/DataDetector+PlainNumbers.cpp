@@ -42,7 +42,6 @@ namespace {
 namespace pn = i18n::phonenumbers;
 
 constexpr std::size_t kMostDigits = 17;  // of a national number the library parses
-constexpr std::size_t kFewestBlockDigits = 3;
 
 // Whether the region's numbers may have national numbers of each length, as the library's
 // metadata says.
