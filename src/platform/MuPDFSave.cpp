@@ -36,16 +36,22 @@ int updateRuns(fz_context* ctx, pdf_document* doc) {
     return runs;
 }
 
-bool writesIncrementally(fz_context* ctx, pdf_document* doc) {
-    int result = 0;
-    fz_var(result);
+enum class Write { Whole, UpdateOrWhole, WholeOrUpdate };
+
+// How the document may be written, the preferred way first.
+Write writesOf(fz_context* ctx, pdf_document* doc) {
+    int updatable = 0, preferred = 0;
+    fz_var(updatable);
+    fz_var(preferred);
     fz_try(ctx) {
-        result = doc->file != nullptr && !pdf_was_repaired(ctx, doc) &&
-                 pdf_can_be_saved_incrementally(ctx, doc) &&
-                 (updateRuns(ctx, doc) <= kMostUpdateRuns || pdf_count_signatures(ctx, doc) > 0);
+        updatable = doc->file != nullptr && !pdf_was_repaired(ctx, doc) &&
+                    pdf_can_be_saved_incrementally(ctx, doc);
+        preferred = updatable && (updateRuns(ctx, doc) <= kMostUpdateRuns ||
+                                  pdf_count_signatures(ctx, doc) > 0);
     }
-    fz_catch(ctx) { result = 0; }
-    return result != 0;
+    fz_catch(ctx) {}
+    if (!updatable) return Write::Whole;
+    return preferred ? Write::UpdateOrWhole : Write::WholeOrUpdate;
 }
 
 // An incremental write appends the changes to a copy of the original bytes, which keeps
@@ -60,11 +66,20 @@ Status writePdf(fz_context* ctx, pdf_document* doc, int* fd, bool incremental) {
     Result<fz_output*> opened = mupdf::openFileOutput(ctx, fd);
     if (!opened) return opened.error();
     fz_output* out = *opened;
+    // A whole write loads every object. A damaged one, which nothing the job read had touched,
+    // would make the engine repair the document in the middle of the write and put back what
+    // the file holds in place of the job's changes; refused a repair, the write fails instead
+    // and an update is written.
+    const int repairAttempted = doc->repair_attempted;
+    if (!incremental) doc->repair_attempted = 1;
     fz_try(ctx) {
         pdf_write_document(ctx, doc, out, &options);
         fz_close_output(ctx, out);
     }
-    fz_always(ctx) { fz_drop_output(ctx, out); }
+    fz_always(ctx) {
+        fz_drop_output(ctx, out);
+        doc->repair_attempted = repairAttempted;
+    }
     fz_catch(ctx) { return mupdf::errorFromCaught(ctx, Error::Code::System); }
     return Done{};
 }
@@ -88,10 +103,22 @@ bool opensAsWritten(fz_context* ctx, const char* path, const char* password, int
     return ok != 0;
 }
 
+bool isRepaired(fz_context* ctx, pdf_document* doc) {
+    int repaired = 1;
+    fz_var(repaired);
+    fz_try(ctx) { repaired = pdf_was_repaired(ctx, doc); }
+    fz_catch(ctx) {}
+    return repaired != 0;
+}
+
 Status writeVerifiedPdf(const PdfObject::Handle& engine, SiblingFile& file, bool incremental,
                         int pages) {
+    const bool wasRepaired = isRepaired(engine.ctx, engine.doc);
     Status written = writePdf(engine.ctx, engine.doc, &file.fd(), incremental);
     if (!written) return written;
+    if (!wasRepaired && isRepaired(engine.ctx, engine.doc)) {
+        return makeError(Error::Code::Format, "the document was repaired while it was written");
+    }
     if (!opensAsWritten(engine.ctx, file.path().c_str(), engine.password.c_str(), pages)) {
         return makeError(Error::Code::Format, "the written file does not open as the original");
     }
@@ -119,9 +146,13 @@ Status Document::save(const std::string& path) {
     if (pages != m_->engine->firstPageCount) {
         return makeError(Error::Code::Format, "the document lost pages while it was read");
     }
-    bool incremental = !m_->saved && writesIncrementally(engine.ctx, engine.doc);
+    // A document written before has no update to append to; one way failing, the other may not.
+    const Write writes = m_->saved ? Write::Whole : writesOf(engine.ctx, engine.doc);
+    const bool incremental = writes == Write::UpdateOrWhole;
     Status written = writeVerifiedPdf(engine, temporary, incremental, pages);
-    if (!written && incremental) written = writeVerifiedPdf(engine, temporary, false, pages);
+    if (!written && writes != Write::Whole) {
+        written = writeVerifiedPdf(engine, temporary, !incremental, pages);
+    }
     if (!written) return written;
     Status replaced = temporary.placeOverTarget(true);
     if (!replaced) return replaced;

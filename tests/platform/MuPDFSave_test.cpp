@@ -165,6 +165,27 @@ TEST(MuPDFSave, EncryptedBookWrittenAsANewFileStaysEncrypted) {
     EXPECT_EQ(reopened->annotations(kPages - 1)[0].url, "http://x/");
 }
 
+// A new file is written from every object of the document; an update only from those changed.
+// When a damaged object nobody uses stops the first, the links still reach the file by the second.
+TEST(MuPDFSave, BookWithADamagedUnusedObjectIsStillSaved) {
+    testsupport::TempDir dir;
+    constexpr int kPages = 300;
+    PdfFixture fixture;
+    fixture.pages(kPages, {0, 0, 300, 400});
+    fixture.object("<< /Unused true >>");
+    std::string bytes = fixture.bytes();
+    // Object 4's entry points into the middle of the header.
+    const std::size_t table = bytes.rfind("xref\n0 ");
+    const std::size_t entry = bytes.find('\n', bytes.find('\n', table) + 1) + 1 + 4 * 20;
+    bytes.replace(entry, 10, "0000000003");
+    std::ofstream(dir / "book.pdf", std::ios::binary) << bytes;
+    EXPECT_TRUE(linkEveryPage(dir / "book.pdf", kPages).starts_with(bytes));
+    Document reread = openFile(dir / "book.pdf");
+    ASSERT_EQ(reread.pageCount(), kPages);
+    ASSERT_EQ(reread.annotations(kPages - 1).size(), 1u);
+    EXPECT_EQ(reread.annotations(kPages - 1)[0].url, "http://x/");
+}
+
 TEST(MuPDFSave, ChangesOnAFewPagesStayAnUpdate) {
     testsupport::TempDir dir;
     PdfFixture().pages(300, {0, 0, 300, 400}).write(dir / "book.pdf");
