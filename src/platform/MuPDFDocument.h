@@ -95,9 +95,11 @@ public:
     // such failure is returned.
     Status addLinks(int index, std::span<const Annotation> links);
     // Writes the document to path: to a temporary file beside it, then renamed over it, keeping
-    // the file's owner, group, permissions and encryption; incremental where the document allows
-    // it. Fails, leaving path as it was, when path has several names (hard links) or its owner
-    // or group cannot be kept.
+    // the file's owner, group, permissions and encryption. The changes are appended as an update
+    // where the document allows it and they touch few places of the file (or the document is
+    // signed); otherwise, or when the update fails, the file is written anew. Fails, leaving
+    // path as it was, when path has several names (hard links) or its owner or group cannot be
+    // kept.
     Status save(const std::string& path);
 
 private:
