@@ -164,8 +164,9 @@ void liftReadBudget(fz_stream* stream);
 // run ends early without an error.
 Status runPageContents(fz_context* ctx, pdf_page* page, fz_device* device, fz_cookie* cookie);
 
-// An output writing to *fd, which must outlive it. The caller drops it with fz_drop_output.
-Result<fz_output*> openFileOutput(fz_context* ctx, int* fd);
+// An output writing to fd from its current offset; fd must outlive it. The caller drops it with
+// fz_drop_output.
+Result<fz_output*> openFileOutput(fz_context* ctx, int fd);
 
 }  // namespace mupdf
 }  // namespace platform

@@ -14,38 +14,45 @@ namespace platform {
 namespace mupdf {
 namespace {
 
-int descriptorOf(void* state) { return *static_cast<int*>(state); }
+// The writer's offset is kept here rather than asked of the system: the engine asks for it
+// once per object it writes, and a whole book has hundreds of thousands of them.
+struct FileState {
+    int fd;
+    int64_t position;
+};
+
+FileState* stateOf(void* state) { return static_cast<FileState*>(state); }
 
 void writeToFile(fz_context* ctx, void* state, const void* data, size_t size) noexcept {
+    FileState* file = stateOf(state);
     const char* bytes = static_cast<const char*>(data);
     while (size > 0) {
-        ssize_t written = ::write(descriptorOf(state), bytes, size);
+        ssize_t written = ::write(file->fd, bytes, size);
         if (written < 0 && errno == EINTR) continue;
         if (written <= 0) fz_throw(ctx, FZ_ERROR_GENERIC, "cannot write: %s", std::strerror(errno));
         bytes += written;
         size -= static_cast<size_t>(written);
+        file->position += written;
     }
 }
 
 void seekInFile(fz_context* ctx, void* state, int64_t offset, int whence) noexcept {
-    if (::lseek(descriptorOf(state), offset, whence) < 0) {
-        fz_throw(ctx, FZ_ERROR_GENERIC, "cannot seek: %s", std::strerror(errno));
-    }
+    FileState* file = stateOf(state);
+    const off_t position = ::lseek(file->fd, offset, whence);
+    if (position < 0) fz_throw(ctx, FZ_ERROR_GENERIC, "cannot seek: %s", std::strerror(errno));
+    file->position = position;
 }
 
-int64_t tellInFile(fz_context* ctx, void* state) noexcept {
-    off_t position = ::lseek(descriptorOf(state), 0, SEEK_CUR);
-    if (position < 0) fz_throw(ctx, FZ_ERROR_GENERIC, "cannot tell: %s", std::strerror(errno));
-    return position;
-}
+int64_t tellInFile(fz_context*, void* state) noexcept { return stateOf(state)->position; }
 
 void truncateFile(fz_context* ctx, void* state) noexcept {
-    int fd = descriptorOf(state);
-    off_t position = ::lseek(fd, 0, SEEK_CUR);
-    if (position < 0 || ::ftruncate(fd, position) != 0) {
+    FileState* file = stateOf(state);
+    if (::ftruncate(file->fd, file->position) != 0) {
         fz_throw(ctx, FZ_ERROR_GENERIC, "cannot truncate: %s", std::strerror(errno));
     }
 }
+
+void dropFileState(fz_context* ctx, void* state) noexcept { fz_free(ctx, state); }
 
 // Reading back uses pread at the stream's own position, leaving the writer's offset alone.
 struct FileReader {
@@ -81,7 +88,7 @@ void dropReader(fz_context* ctx, void* state) noexcept { fz_free(ctx, state); }
 
 fz_stream* readBack(fz_context* ctx, void* state) noexcept {
     auto* reader = static_cast<FileReader*>(fz_calloc(ctx, 1, sizeof(FileReader)));
-    reader->fd = descriptorOf(state);
+    reader->fd = stateOf(state)->fd;
     fz_stream* stm = fz_new_stream(ctx, reader, readNext, dropReader);  // drops reader on failure
     stm->seek = seekReader;
     return stm;
@@ -89,10 +96,19 @@ fz_stream* readBack(fz_context* ctx, void* state) noexcept {
 
 }  // namespace
 
-Result<fz_output*> openFileOutput(fz_context* ctx, int* fd) {
+Result<fz_output*> openFileOutput(fz_context* ctx, int fd) {
+    const off_t position = ::lseek(fd, 0, SEEK_CUR);
+    if (position < 0) {
+        return makeError(Error::Code::System, std::string("cannot write: ") + std::strerror(errno));
+    }
     fz_output* out = nullptr;
     fz_var(out);
-    fz_try(ctx) { out = fz_new_output(ctx, 64 * 1024, fd, writeToFile, nullptr, nullptr); }
+    fz_try(ctx) {
+        auto* state = fz_malloc_struct(ctx, FileState);
+        *state = FileState{fd, position};
+        // fz_new_output drops the state itself when it fails.
+        out = fz_new_output(ctx, 64 * 1024, state, writeToFile, nullptr, dropFileState);
+    }
     fz_catch(ctx) { return errorFromCaught(ctx, Error::Code::System); }
     out->seek = seekInFile;
     out->tell = tellInFile;

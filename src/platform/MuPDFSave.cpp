@@ -63,7 +63,7 @@ Status writePdf(fz_context* ctx, pdf_document* doc, int* fd, bool incremental) {
     pdf_write_options options = pdf_default_write_options;
     options.do_incremental = incremental ? 1 : 0;
     options.do_encrypt = PDF_ENCRYPT_KEEP;
-    Result<fz_output*> opened = mupdf::openFileOutput(ctx, fd);
+    Result<fz_output*> opened = mupdf::openFileOutput(ctx, *fd);
     if (!opened) return opened.error();
     fz_output* out = *opened;
     // A whole write loads every object. A damaged one, which nothing the job read had touched,
