@@ -123,11 +123,12 @@ std::optional<SocketIdentity> gHostNotWaitedFor;
 }  // namespace
 
 bool sendProgressMessage(const std::string& argument) {
-    Socket channel;
-    if (channel.fd() < 0) return false;
     const std::string path = temporaryDirectory() + "/" + kProgressChannelName;
+    // With no host listening (a job run by hand, a host gone), one look at the path and no socket.
     const std::optional<SocketIdentity> host = identityOf(path);
-    if (!host || !connectTo(channel.fd(), path)) return false;
+    if (!host) return false;
+    Socket channel;
+    if (channel.fd() < 0 || !connectTo(channel.fd(), path)) return false;
     if (!isOwnUsersListener(channel.fd())) return false;
     if (!writeAll(channel.fd(), "getText2LinksProcess:" + argument + "\n",
                   Clock::now() + kSendTimeout)) {
