@@ -65,22 +65,67 @@ Annotation readAnnotation(const PdfObject::Handle& engine, const PdfObject& cata
     return annotation;
 }
 
+// The /Border [0 0 0] of new links. One array serves many links, which saves a book of
+// thousands of links as many allocations, frees and megabytes; a fresh one is made every
+// kLinksPerBorder links, as the engine counts the references to an object in 16 bits.
+class SharedBorder {
+public:
+    static constexpr int kLinksPerBorder = 4096;
+
+    SharedBorder(fz_context* ctx, pdf_document* doc) : ctx_(ctx), doc_(doc) {}
+    ~SharedBorder() { pdf_drop_obj(ctx_, border_); }
+    SharedBorder(const SharedBorder&) = delete;
+    SharedBorder& operator=(const SharedBorder&) = delete;
+
+    // The array for the next link; null when the engine cannot make one.
+    pdf_obj* next() {
+        if (border_ == nullptr || uses_ == kLinksPerBorder) {
+            pdf_drop_obj(ctx_, border_);
+            border_ = newBorder(ctx_, doc_);
+            uses_ = 0;
+        }
+        ++uses_;
+        return border_;
+    }
+
+private:
+    static pdf_obj* newBorder(fz_context* ctx, pdf_document* doc) {
+        pdf_obj* border = nullptr;
+        fz_var(border);
+        fz_try(ctx) {
+            border = pdf_new_array(ctx, doc, 3);
+            for (int i = 0; i < 3; ++i) pdf_array_push_int(ctx, border, 0);
+        }
+        fz_catch(ctx) {
+            pdf_drop_obj(ctx, border);
+            border = nullptr;
+        }
+        return border;
+    }
+
+    fz_context* ctx_;
+    pdf_document* doc_;
+    pdf_obj* border_ = nullptr;
+    int uses_ = 0;
+};
+
 // Builds << /Type /Annot /Subtype /Link /Rect [...] /Border [0 0 0] /A <</S /URI /URI (...)>> >>
 // (with /QuadPoints when quadCount quadrilaterals of eight numbers are given) and appends a
-// reference to it to the page's /Annots, creating the array when there is none.
+// reference to it to the page's /Annots, creating the array when there is none. border is the
+// [0 0 0] to use, null when none could be made.
 Status appendLink(fz_context* ctx, pdf_document* doc, pdf_obj* page, fz_rect rect, const char* url,
-                  size_t urlLength, const float* quads, size_t quadCount) {
+                  size_t urlLength, const float* quads, size_t quadCount, pdf_obj* border) {
     pdf_obj* link = nullptr;
     pdf_obj* reference = nullptr;
     fz_var(link);
     fz_var(reference);
     fz_try(ctx) {
+        if (border == nullptr) fz_throw(ctx, FZ_ERROR_MEMORY, "cannot make a link's border");
         link = pdf_new_dict(ctx, doc, 5);
         pdf_dict_put(ctx, link, PDF_NAME(Type), PDF_NAME(Annot));
         pdf_dict_put(ctx, link, PDF_NAME(Subtype), PDF_NAME(Link));
         pdf_dict_put_rect(ctx, link, PDF_NAME(Rect), rect);
-        pdf_obj* border = pdf_dict_put_array(ctx, link, PDF_NAME(Border), 3);
-        for (int i = 0; i < 3; ++i) pdf_array_push_int(ctx, border, 0);
+        pdf_dict_put(ctx, link, PDF_NAME(Border), border);
         if (quadCount > 0) {
             pdf_obj* points = pdf_dict_put_array(ctx, link, PDF_NAME(QuadPoints),
                                                  static_cast<int>(8 * quadCount));
@@ -127,6 +172,7 @@ Status Document::addLinks(int index, std::span<const Annotation> links) {
         return makeError(Error::Code::Argument, "no page " + std::to_string(index + 1));
     }
     Status firstFailure = Done{};
+    SharedBorder border(m_->engine->ctx, m_->engine->doc);
     for (const Annotation& link : links) {
         const Rect& bounds = link.bounds;
         fz_rect rect =
@@ -142,7 +188,7 @@ Status Document::addLinks(int index, std::span<const Annotation> links) {
         const std::optional<std::string>& url = link.url;
         Status added = appendLink(m_->engine->ctx, m_->engine->doc, PdfObjectAccess::raw(page),
                                   rect, url ? url->c_str() : nullptr, url ? url->size() : 0,
-                                  quads.data(), link.lines.size());
+                                  quads.data(), link.lines.size(), border.next());
         if (!added && firstFailure) firstFailure = added;
     }
     return firstFailure;

@@ -93,6 +93,39 @@ TEST(MuPDFSave, LinksAddedTogetherReadBackInOrder) {
     }
 }
 
+// New links share their [0 0 0] border arrays in memory; each written link still has its own,
+// also past the number of links one array serves.
+TEST(MuPDFSave, EveryLinkOfACrowdedPageKeepsItsBorder) {
+    testsupport::TempDir dir;
+    PdfFixture().pages(1, {0, 0, 600, 800}).write(dir / "a.pdf");
+    std::vector<platform::Annotation> links(4100);
+    for (std::size_t k = 0; k < links.size(); ++k) {
+        links[k].bounds = Rect{static_cast<double>(k % 500), static_cast<double>(k / 500), 1, 1};
+        links[k].url = "http://x/" + std::to_string(k);
+    }
+    {
+        Document doc = openFile(dir / "a.pdf");
+        ASSERT_TRUE(doc.addLinks(0, links).ok());
+        ASSERT_TRUE(doc.save((dir / "a.pdf").string()).ok());
+    }
+    Document saved = openFile(dir / "a.pdf");
+    platform::PdfObject annots = saved.pageObject(0).get("Annots");
+    ASSERT_EQ(annots.arrayLength(), links.size());
+    for (std::size_t k = 0; k < links.size(); ++k) {
+        platform::PdfObject border = annots.at(k).get("Border");
+        ASSERT_EQ(border.arrayLength(), 3u) << k;
+        for (std::size_t i = 0; i < 3; ++i) EXPECT_EQ(border.at(i).number(), 0.0) << k;
+        EXPECT_EQ(annots.at(k).get("A").get("URI").textString(), *links[k].url) << k;
+    }
+    const std::string bytes = readFile(dir / "a.pdf");
+    std::size_t borders = 0;
+    for (std::size_t at = bytes.find("/Border"); at != std::string::npos;
+         at = bytes.find("/Border", at + 1)) {
+        ++borders;
+    }
+    EXPECT_EQ(borders, links.size());
+}
+
 TEST(MuPDFSave, SaveIsIncrementalAndKeepsTheOriginalBytes) {
     testsupport::TempDir dir;
     PdfFixture().pages(1, {0, 0, 600, 800}).text(72, 700, 12, "Hello").write(dir / "a.pdf");
