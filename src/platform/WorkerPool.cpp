@@ -66,9 +66,13 @@ WorkerPool::WorkerPool(std::vector<Work> workers, std::size_t taskCount, std::si
     shared_->ahead = std::max<std::size_t>(ahead, 1);
     shared_->done.assign(taskCount, false);
     shared_->failures.assign(taskCount, nullptr);
-    for (const Work& work : workers_) {
+    // Thread k alone touches workers_[k] from here on; it lets go of it when no task is left.
+    for (Work& work : workers_) {
         try {
-            shared_->threads.emplace_back([shared = shared_.get(), &work] { shared->run(work); });
+            shared_->threads.emplace_back([shared = shared_.get(), &work] {
+                shared->run(work);
+                work = nullptr;
+            });
         } catch (const std::system_error&) {
             break;
         }

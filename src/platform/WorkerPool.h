@@ -3,7 +3,9 @@
 // and scanning the text of several pages at a time while the caller adds each page's links in
 // page order. Each thread has a work function of its own (holding, say, its own document
 // handle); results go wherever the work function puts them, and are the caller's to read once
-// take() has returned for that task.
+// take() has returned for that task. A thread lets go of its work function, and so of what it
+// holds, as soon as no task is left for it: tearing a handle down then overlaps the last tasks
+// of the other threads instead of following them.
 
 #include <cstddef>
 #include <functional>

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <memory>
 #include <new>
 #include <system_error>
 
@@ -144,14 +145,16 @@ void ParsePDFTextLink::linkPages(platform::Document& document,
             if (text) parsePageText(*text, found[n], stop);
         };
     };
-    const std::vector<platform::Document> readers =
-        openReaders(document, pdfFile, numbers.size(), stop);
+    // Each worker's function owns its handle, so that the worker tears it down once done.
     std::vector<platform::WorkerPool::Work> work;
-    for (const platform::Document& reader : readers) work.push_back(scanWith(reader));
+    for (platform::Document& reader : openReaders(document, pdfFile, numbers.size(), stop)) {
+        auto owned = std::make_shared<const platform::Document>(std::move(reader));
+        work.push_back([owned, scan = scanWith(*owned)](std::size_t n) { scan(n); });
+    }
+    const std::size_t ahead = kPagesAheadPerWorker * work.size();
     platform::WorkerPool pool = work.empty()
                                     ? platform::WorkerPool(scanWith(document), numbers.size())
-                                    : platform::WorkerPool(std::move(work), numbers.size(),
-                                                           kPagesAheadPerWorker * readers.size());
+                                    : platform::WorkerPool(std::move(work), numbers.size(), ahead);
     const auto stopped = [this, &stop] { return stop.isSet() || isStop != 0; };
     // Pages are reported and extended in ascending order. A page is dropped when a stop is heard
     // before it is reported, or when the host's flag is set while it is (its scan would have

@@ -4,6 +4,7 @@
 #include <sched.h>
 
 #include <atomic>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <set>
@@ -74,6 +75,33 @@ TEST(WorkerPool, EndingEarlyStartsNoFurtherTask) {
     // Task 0 and at most the two tasks allowed ahead of the one taken.
     EXPECT_GE(started.load(), 1);
     EXPECT_LE(started.load(), 3);
+}
+
+// What a work function holds (a document handle) is let go of on its own thread once no task is
+// left for it, not by the caller after the pool ends.
+TEST(WorkerPool, AThreadLetsGoOfItsWorkWhenNoTaskIsLeft) {
+    struct Held {
+        std::mutex& mutex;
+        std::vector<std::thread::id>& releasedOn;
+        ~Held() {
+            std::lock_guard lock(mutex);
+            releasedOn.push_back(std::this_thread::get_id());
+        }
+    };
+    std::mutex mutex;
+    std::vector<std::thread::id> releasedOn;
+    {
+        std::vector<WorkerPool::Work> work;
+        for (int w = 0; w < 2; ++w) {
+            auto held = std::make_shared<Held>(mutex, releasedOn);
+            work.push_back([held](std::size_t) { (void)held; });
+        }
+        WorkerPool pool(std::move(work), 2, 2);
+        pool.take(0);
+        pool.take(1);
+    }
+    ASSERT_EQ(releasedOn.size(), 2u);
+    for (const std::thread::id& id : releasedOn) EXPECT_NE(id, std::this_thread::get_id());
 }
 
 TEST(WorkerPool, OneWorkOnTheCallersThreadRunsInTake) {
