@@ -32,6 +32,14 @@
 
 namespace platform {
 
+// A stretch of a text, in 16-bit units.
+struct TextRange {
+    std::size_t location = 0;
+    std::size_t length = 0;
+    std::size_t end() const { return location + length; }
+    bool operator==(const TextRange&) const = default;
+};
+
 struct TextMatch {
     enum class Kind { Link, PhoneNumber };
     Kind kind = Kind::Link;

@@ -22,13 +22,6 @@ void appendLinkMatches(std::u16string_view text, const StopFlag& stop, std::vect
 void appendPhoneMatches(std::u16string_view text, const StopFlag& stop,
                         std::vector<TextMatch>& out);
 
-// Where a number stands in a text, in 16-bit units.
-struct TextRange {
-    std::size_t location = 0;
-    std::size_t length = 0;
-    bool operator==(const TextRange&) const = default;
-};
-
 // The numbers the matcher would report in the digit group text[start, end), decided without
 // running it (see DataDetector+PlainNumbers.cpp); nullopt when only the matcher can tell.
 std::optional<std::vector<TextRange>> plainGroupNumbers(std::u16string_view text,

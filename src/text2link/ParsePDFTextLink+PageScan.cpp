@@ -11,12 +11,7 @@ namespace text2link {
 namespace {
 
 using platform::Annotation;
-
-struct TextRange {
-    std::size_t location = 0;
-    std::size_t length = 0;
-    std::size_t end() const { return location + length; }
-};
+using platform::TextRange;
 
 std::u16string_view textIn(const platform::PageText& page, TextRange range) {
     return std::u16string_view(page.text).substr(range.location, range.length);

@@ -327,7 +327,7 @@ std::string decided(std::u16string_view text, std::size_t start, std::size_t end
     const auto numbers = platform::detail::plainGroupNumbers(text, start, end);
     if (!numbers) return "matcher";
     std::string out;
-    for (const platform::detail::TextRange& n : *numbers) {
+    for (const platform::TextRange& n : *numbers) {
         out += std::to_string(n.location) + "+" + std::to_string(n.length) + " ";
     }
     return out;
