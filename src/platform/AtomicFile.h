@@ -22,7 +22,7 @@ public:
 
     // The creation error, or Done.
     const Status& created() const { return created_; }
-    int& fd() { return fd_; }
+    int fd() const { return fd_; }
     const std::string& path() const { return path_; }
 
     // Gives the file the target's owner, group and permission bits (a new target: what the

@@ -56,14 +56,14 @@ Write writesOf(fz_context* ctx, pdf_document* doc) {
 
 // An incremental write appends the changes to a copy of the original bytes, which keeps
 // signatures valid; either way the encryption stays as it was.
-Status writePdf(fz_context* ctx, pdf_document* doc, int* fd, bool incremental) {
-    if (::ftruncate(*fd, 0) != 0 || ::lseek(*fd, 0, SEEK_SET) != 0) {
+Status writePdf(fz_context* ctx, pdf_document* doc, int fd, bool incremental) {
+    if (::ftruncate(fd, 0) != 0 || ::lseek(fd, 0, SEEK_SET) != 0) {
         return makeError(Error::Code::System, std::string("cannot write: ") + std::strerror(errno));
     }
     pdf_write_options options = pdf_default_write_options;
     options.do_incremental = incremental ? 1 : 0;
     options.do_encrypt = PDF_ENCRYPT_KEEP;
-    Result<fz_output*> opened = mupdf::openFileOutput(ctx, *fd);
+    Result<fz_output*> opened = mupdf::openFileOutput(ctx, fd);
     if (!opened) return opened.error();
     fz_output* out = *opened;
     // A whole write loads every object. A damaged one, which nothing the job read had touched,
@@ -114,7 +114,7 @@ bool isRepaired(fz_context* ctx, pdf_document* doc) {
 Status writeVerifiedPdf(const PdfObject::Handle& engine, SiblingFile& file, bool incremental,
                         int pages) {
     const bool wasRepaired = isRepaired(engine.ctx, engine.doc);
-    Status written = writePdf(engine.ctx, engine.doc, &file.fd(), incremental);
+    Status written = writePdf(engine.ctx, engine.doc, file.fd(), incremental);
     if (!written) return written;
     if (!wasRepaired && isRepaired(engine.ctx, engine.doc)) {
         return makeError(Error::Code::Format, "the document was repaired while it was written");
