@@ -171,7 +171,7 @@ TEST_P(RewrittenStopFlag, AStopWrittenIntoARewrittenFileIsHeard) {
 const Case kCases[] = {
     {"TextLinks", Kind::TextLinks, 1200},
     {"PageEditor", Kind::PageEditor, 1500},
-    {"Slides", Kind::Slides, 300},
+    {"Slides", Kind::Slides, 1200},
 };
 
 std::string caseName(const testing::TestParamInfo<Case>& info) { return info.param.name; }
