@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "frontend/TarnShareMemory.h"
 #include "platform/ProgressChannel.h"
 
 namespace frontend {
@@ -20,6 +21,8 @@ void ProcessReporter::log(const std::string& line) { writeLine(stderr, line); }
 
 void ProcessReporter::progress(const std::string& argument) {
     platform::sendProgressMessage(argument);
+    // The host may have set the stop flag while it handled the message.
+    markStopFlagStale();
 }
 
 }  // namespace frontend

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -48,6 +49,16 @@ int openFlagFile(const std::string& path) {
 
 void forgetName() { std::memset(share_memory_name, 0, sizeof share_memory_name); }
 
+// TarnStopFlag's last answer, in one word so that polls on several threads see it whole: the
+// clock's ticks until which it holds, shifted left, with the answer in the low bit. A negative
+// word marks the answer stale, each mark with a word of its own, so that a read begun before
+// a mark cannot put its answer back over it.
+std::atomic<std::int64_t> gLastAnswer{-1};
+std::atomic<std::int64_t> gStaleMarks{1};
+
+bool isFresh(std::int64_t word, std::int64_t ticks) { return word >= 0 && ticks < (word >> 1); }
+
+
 }  // namespace
 
 void shareMemoryAlloc(const char* identifier) {
@@ -62,6 +73,7 @@ void shareMemoryAlloc(const std::optional<std::string>& identifier) {
         std::filesystem::path(platform::temporaryDirectory()) / share_memory_name;
     gShareMemoryFile = openFlagFile(path.string());
     if (gShareMemoryFile < 0) forgetName();
+    markStopFlagStale();
 }
 
 int get_shm_stop_flag(int index) {
@@ -73,10 +85,27 @@ int get_shm_stop_flag(int index) {
     return ::pread(gShareMemoryFile, &flag, 1, index) == 1 && flag != 0 ? 1 : 0;
 }
 
+bool TarnStopFlag::isSetAt(Clock::time_point now) const {
+    const std::int64_t ticks = now.time_since_epoch().count();
+    std::int64_t last = gLastAnswer.load(std::memory_order_acquire);
+    if (isFresh(last, ticks)) return (last & 1) != 0;
+    const bool answer = get_shm_stop_flag(1) == 1;
+    const std::int64_t until = (now + kFreshFor).time_since_epoch().count();
+    gLastAnswer.compare_exchange_strong(last, (until << 1) | (answer ? 1 : 0),
+                                        std::memory_order_acq_rel);
+    return answer;
+}
+
+void markStopFlagStale() {
+    gLastAnswer.store(-gStaleMarks.fetch_add(1, std::memory_order_relaxed),
+                      std::memory_order_release);
+}
+
 void shareMemoryFree() {
     if (gShareMemoryFile >= 0) {
         ::close(gShareMemoryFile);
         gShareMemoryFile = -1;
+        markStopFlagStale();
     }
     if (share_memory_name[0] != '\0') {
         // The host's convention: the name is also released as a POSIX shared-memory object. The

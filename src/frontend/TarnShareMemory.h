@@ -6,6 +6,7 @@
 // host does to the file meanwhile (rewrite it, cut it short) never ends the job: a flag the file
 // no longer holds reads as not set.
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -36,10 +37,24 @@ int get_shm_stop_flag(int index);
 // host owns it.
 void shareMemoryFree();
 
-// The stop flag the jobs poll: set once the host sets flag 1.
+// The stop flag the jobs poll: set once the host sets flag 1. The jobs poll before every
+// annotation, link and find, hundreds of thousands of times in a big book, and each read of the
+// file is a system call; so a poll less than kFreshFor after the last read gives that read's
+// answer, and a stop the host sets on its own is heard at most that much later. The host may
+// also set the flag while it handles a progress message, and the job's next poll must see it:
+// each message marks the last answer stale. Polled from several threads at once; every
+// TarnStopFlag of the process shares the last answer, as they share the file.
 class TarnStopFlag final : public platform::StopFlag {
 public:
-    bool isSet() const override { return get_shm_stop_flag(1) == 1; }
+    using Clock = std::chrono::steady_clock;
+    static constexpr std::chrono::milliseconds kFreshFor{1};
+
+    bool isSet() const override { return isSetAt(Clock::now()); }
+    // The answer at the time now: the file's flag 1, or the last read's while it is fresh.
+    bool isSetAt(Clock::time_point now) const;
 };
+
+// The next poll of a TarnStopFlag reads the file. Opening and closing the file do this too.
+void markStopFlagStale();
 
 }  // namespace frontend

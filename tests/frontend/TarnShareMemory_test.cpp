@@ -54,14 +54,66 @@ TEST_F(TarnShareMemory, CreatesTheFlagFileOfTheIdentifier) {
 TEST_F(TarnShareMemory, SeesTheHostSetAndClearFlagOne) {
     HostStopFlag host(dir_.path(), "42");
     shareMemoryAlloc("42");
-    frontend::TarnStopFlag stop;
     EXPECT_EQ(get_shm_stop_flag(1), 0);
-    EXPECT_FALSE(stop.isSet());
     host.set();
     EXPECT_EQ(get_shm_stop_flag(1), 1);
-    EXPECT_TRUE(stop.isSet());
     host.clear();
     EXPECT_EQ(get_shm_stop_flag(1), 0);
+}
+
+TEST_F(TarnShareMemory, TheJobsFlagHearsAStopSetBeforeItsFirstPoll) {
+    HostStopFlag host(dir_.path(), "42");
+    host.set();
+    shareMemoryAlloc("42");
+    EXPECT_TRUE(frontend::TarnStopFlag().isSet());
+}
+
+// Between reads of the file the last answer holds, so a flag set or cleared within
+// kFreshFor of a read shows at the first poll after it.
+TEST_F(TarnShareMemory, TheJobsFlagReadsTheFileAgainOnceItsLastAnswerIsOld) {
+    using frontend::TarnStopFlag;
+    HostStopFlag host(dir_.path(), "42");
+    shareMemoryAlloc("42");
+    const TarnStopFlag stop;
+    const TarnStopFlag::Clock::time_point start = TarnStopFlag::Clock::now();
+    const auto fresh = TarnStopFlag::kFreshFor;
+    EXPECT_FALSE(stop.isSetAt(start));
+    host.set();
+    EXPECT_FALSE(stop.isSetAt(start + fresh / 2));
+    EXPECT_FALSE(stop.isSetAt(start + fresh - std::chrono::nanoseconds(1)));
+    EXPECT_TRUE(stop.isSetAt(start + fresh));
+    host.clear();
+    EXPECT_TRUE(stop.isSetAt(start + fresh + fresh / 2));
+    EXPECT_FALSE(stop.isSetAt(start + 2 * fresh));
+}
+
+TEST_F(TarnShareMemory, AStaleMarkMakesTheNextPollReadTheFile) {
+    using frontend::TarnStopFlag;
+    HostStopFlag host(dir_.path(), "42");
+    shareMemoryAlloc("42");
+    const TarnStopFlag stop;
+    const TarnStopFlag::Clock::time_point start = TarnStopFlag::Clock::now();
+    EXPECT_FALSE(stop.isSetAt(start));
+    host.set();
+    frontend::markStopFlagStale();
+    EXPECT_TRUE(stop.isSetAt(start));
+    host.clear();
+    EXPECT_TRUE(stop.isSetAt(start));
+    frontend::markStopFlagStale();
+    EXPECT_FALSE(stop.isSetAt(start));
+}
+
+TEST_F(TarnShareMemory, ANewFlagFileIsReadAtTheFirstPoll) {
+    using frontend::TarnStopFlag;
+    HostStopFlag first(dir_.path(), "first");
+    HostStopFlag second(dir_.path(), "second");
+    second.set();
+    const TarnStopFlag::Clock::time_point start = TarnStopFlag::Clock::now();
+    shareMemoryAlloc("first");
+    EXPECT_FALSE(TarnStopFlag().isSetAt(start));
+    shareMemoryFree();
+    shareMemoryAlloc("second");
+    EXPECT_TRUE(TarnStopFlag().isSetAt(start));
 }
 
 TEST_F(TarnShareMemory, AnyNonZeroByteCountsAsSet) {
