@@ -37,9 +37,17 @@ bool takeOverOwnership(int fd, const std::string& target) {
     return ::fchmod(fd, existing.st_mode & 07777) == 0;
 }
 
-std::filesystem::path folderOf(const std::string& path) {
-    std::filesystem::path folder = std::filesystem::path(path).parent_path();
-    return folder.empty() ? std::filesystem::path(".") : folder;
+// Where the file's name starts in path. Plain text rather than std::filesystem: a job writes
+// thousands of files, and taking each path apart into components cost more than writing it.
+std::size_t nameStart(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string::npos ? 0 : slash + 1;
+}
+
+std::string folderOf(const std::string& path) {
+    const std::size_t start = nameStart(path);
+    if (start == 0) return ".";
+    return start == 1 ? "/" : path.substr(0, start - 1);
 }
 
 bool writeAll(int fd, std::string_view bytes) {
@@ -53,7 +61,7 @@ bool writeAll(int fd, std::string_view bytes) {
 }
 
 // Makes the rename itself durable; best effort, as not every file system can sync a folder.
-void syncFolder(const std::filesystem::path& folder) {
+void syncFolder(const std::string& folder) {
     int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (fd < 0) return;
     ::fsync(fd);
@@ -84,12 +92,12 @@ std::string uniqueLetters() {
 
 // The longest file name the folder takes. A job writes thousands of files into one folder, and
 // asking costs a system call, so the last folder's answer is kept.
-long nameLimit(const std::filesystem::path& folder) {
-    thread_local std::filesystem::path lastFolder;
+long nameLimit(const std::string& folder) {
+    thread_local std::string lastFolder;
     thread_local long lastLimit = -1;
     if (folder != lastFolder || lastLimit < 0) {
         lastLimit = ::pathconf(folder.c_str(), _PC_NAME_MAX);
-        lastFolder = lastLimit < 0 ? std::filesystem::path() : folder;
+        lastFolder = lastLimit < 0 ? std::string() : folder;
     }
     return lastLimit;
 }
@@ -97,7 +105,7 @@ long nameLimit(const std::filesystem::path& folder) {
 // ".<name>." for target's siblings. Their names are the target's with 8 bytes more; a target
 // whose name is near the file system's limit lends only what fits.
 std::string siblingPrefix(const std::string& target) {
-    std::string name = std::filesystem::path(target).filename().string();
+    std::string name = target.substr(nameStart(target));
     long limit = nameLimit(folderOf(target));
     std::size_t fits = limit > 8 ? static_cast<std::size_t>(limit) - 8 : 247;
     if (name.size() > fits) name.resize(fits);
@@ -127,7 +135,7 @@ void removeIfStale(const std::filesystem::path& path) {
 }  // namespace
 
 SiblingFile::SiblingFile(const std::string& target) : target_(target) {
-    const std::string start = (folderOf(target) / siblingPrefix(target)).string();
+    const std::string start = target.substr(0, nameStart(target)) + siblingPrefix(target);
     std::string pattern;
     for (int attempt = 0; attempt < kCreateAttempts && fd_ < 0; ++attempt) {
         pattern = start + uniqueLetters();

@@ -1,7 +1,10 @@
 #include "platform/AtomicFile.h"
 
 #include <gtest/gtest.h>
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -101,4 +104,50 @@ TEST(AtomicFile, FailsOverAFolderAndLeavesNoTemporaryFile) {
     EXPECT_FALSE(writeWhole(dir / "target", "x").ok());
     EXPECT_EQ(entryCount(dir.path()), 1u);
     EXPECT_EQ(readFile(dir / "target" / "inside"), "x");
+}
+
+// A path without a folder names a file in the working folder, and so does its sibling.
+TEST(AtomicFile, WritesAFileNamedWithoutAFolder) {
+    testsupport::TempDir dir;
+    const std::filesystem::path previous = std::filesystem::current_path();
+    std::filesystem::current_path(dir.path());
+    platform::Status written = writeWhole("plain.xml", "text");
+    std::filesystem::current_path(previous);
+    ASSERT_TRUE(written.ok());
+    EXPECT_EQ(readFile(dir / "plain.xml"), "text");
+    EXPECT_EQ(entryCount(dir.path()), 1u);
+}
+
+// The sibling's name is the target's with eight bytes more; a name at the folder's limit lends
+// it only what fits.
+TEST(AtomicFile, ANameAtTheFoldersLimitIsWritten) {
+    testsupport::TempDir dir;
+    const long limit = ::pathconf(dir.path().c_str(), _PC_NAME_MAX);
+    ASSERT_GT(limit, 8);
+    const std::string name(static_cast<std::size_t>(limit), 'n');
+    ASSERT_TRUE(writeWhole(dir / name, "long").ok());
+    EXPECT_EQ(readFile(dir / name), "long");
+    EXPECT_EQ(entryCount(dir.path()), 1u);
+}
+
+// Only siblings of the target that no job holds locked go: not a live job's, not another
+// target's, not a name of another shape.
+TEST(AtomicFile, RemovesTheStaleSiblingsOfItsTargetOnly) {
+    testsupport::TempDir dir;
+    const std::string target = dir / "book.pdf";
+    std::ofstream(target) << "pdf";
+    for (const char* name : {".book.pdf.Stale1", ".book.pdf.Live22", ".other.pdf.Stale1",
+                             ".book.pdf.Short", "book.pdf.Stale1"}) {
+        std::ofstream(dir / name) << name;
+    }
+    const int live = ::open((dir / ".book.pdf.Live22").c_str(), O_RDONLY);
+    ASSERT_GE(live, 0);
+    ASSERT_EQ(::flock(live, LOCK_EX), 0);
+    platform::removeStaleSiblings(target);
+    ::close(live);
+    EXPECT_FALSE(std::filesystem::exists(dir / ".book.pdf.Stale1"));
+    for (const char* name : {".book.pdf.Live22", ".other.pdf.Stale1", ".book.pdf.Short",
+                             "book.pdf.Stale1", "book.pdf"}) {
+        EXPECT_TRUE(std::filesystem::exists(dir / name)) << name;
+    }
 }
