@@ -26,9 +26,13 @@ bool isSingleFileOutput(const std::string& outputFile) {
     return extension == ".xml";
 }
 
+// The page's file in the output folder. Joined as text: taking the folder's path apart as
+// std::filesystem does, for every page, cost more than the rest of making the name.
 std::string pageOutputPath(const std::string& outputFile, std::int64_t page, bool singleFile) {
     if (singleFile) return outputFile;
-    return (std::filesystem::path(outputFile) / (std::to_string(page) + ".xml")).string();
+    std::string name = std::to_string(page) + ".xml";
+    if (outputFile.empty()) return name;
+    return outputFile.back() == '/' ? outputFile + name : outputFile + '/' + name;
 }
 
 PDFAnnotations makeConverter(const QXAnnos& job, std::int64_t page, bool singleFile) {

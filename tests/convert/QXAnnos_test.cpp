@@ -86,6 +86,26 @@ TEST_F(QXAnnosJob, FolderGetsFilesInAscendingPageOrder) {
     EXPECT_TRUE(reporter_.logLines.empty());
 }
 
+TEST_F(QXAnnosJob, AFolderWithATrailingSlashGetsTheSameFiles) {
+    writeBook(2);
+    convert::QXAnnos slashed = job("ALL");
+    slashed.outputFile = out_.string() + "/";
+    EXPECT_EQ(slashed.parseAnnosToXML(neverStop_, reporter_), 0);
+    EXPECT_EQ(fileNames(out_), (Lines{"1.xml", "2.xml"}));
+}
+
+TEST_F(QXAnnosJob, AFolderNamedFromTheWorkingFolderGetsTheFiles) {
+    writeBook(1);
+    convert::QXAnnos relative = job("ALL");
+    relative.outputFile = "out";
+    const fs::path previous = fs::current_path();
+    fs::current_path(dir_.path());
+    const std::int64_t result = relative.parseAnnosToXML(neverStop_, reporter_);
+    fs::current_path(previous);
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(fileNames(out_), Lines{"1.xml"});
+}
+
 TEST_F(QXAnnosJob, SingleFileModeConvertsOnlyTheLowestPage) {
     converttest::bookWithSpread().write(pdf_);
     convert::QXAnnos single = job("2-5");
