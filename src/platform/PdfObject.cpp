@@ -83,6 +83,30 @@ const char* bytesOf(fz_context* ctx, pdf_obj* obj, size_t* length) {
     return result;
 }
 
+// The array obj stands for, resolved; null for anything else.
+pdf_obj* resolvedArray(fz_context* ctx, pdf_obj* obj) {
+    pdf_obj* result = nullptr;
+    fz_var(result);
+    fz_try(ctx) {
+        pdf_obj* resolved = pdf_resolve_indirect_chain(ctx, obj);
+        if (pdf_is_array(ctx, resolved)) result = resolved;
+    }
+    fz_catch(ctx) { result = nullptr; }
+    return result;
+}
+
+// Item index of a resolved array as a number, 0 when it is none. Reading a direct item cannot
+// fail, so it goes without the engine's error handling, which costs more than the read; only an
+// item that is a reference to another object is read under it.
+double numberAt(fz_context* ctx, pdf_obj* array, int index) {
+    pdf_obj* item = pdf_array_get(ctx, array, index);
+    double value = 0;
+    if (pdf_is_indirect(ctx, item)) return numberOf(ctx, item, &value) ? value : 0;
+    if (pdf_is_int(ctx, item)) return static_cast<double>(pdf_to_int64(ctx, item));
+    if (pdf_is_real(ctx, item)) return decimalValue(pdf_to_real(ctx, item));
+    return 0;
+}
+
 int lengthOf(fz_context* ctx, pdf_obj* obj) {
     int result = 0;
     fz_var(result);
@@ -201,9 +225,12 @@ std::optional<std::string> PdfObject::stringBytes() const {
 }
 
 std::optional<Rect> PdfObject::rectangle() const {
-    if (!isArray()) return std::nullopt;
+    if (!handle_) return std::nullopt;
+    fz_context* ctx = handle_->ctx;
+    pdf_obj* array = resolvedArray(ctx, static_cast<pdf_obj*>(object_));
+    if (array == nullptr) return std::nullopt;
     double n[4];
-    for (std::size_t i = 0; i < 4; ++i) n[i] = at(i).number().value_or(0);
+    for (int i = 0; i < 4; ++i) n[i] = numberAt(ctx, array, i);
     return Rect{std::min(n[0], n[2]), std::min(n[1], n[3]), std::fabs(n[2] - n[0]),
                 std::fabs(n[3] - n[1])};
 }

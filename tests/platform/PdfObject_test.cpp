@@ -18,6 +18,8 @@ protected:
     PdfObject page() {
         PdfFixture fixture;
         std::string indirect = fixture.object("(far away)");
+        std::string farNumber = fixture.object("7.25");
+        std::string farBox = fixture.object("[1 2 3 4]");
         fixture.page({0, 0, 100, 100})
             .pageEntry("Int", "42")
             .pageEntry("Real", "-2.5")
@@ -29,7 +31,12 @@ protected:
             .pageEntry("Dict", "<< /Inner 7 >>")
             .pageEntry("Null", "null")
             .pageEntry("Indirect", indirect)
-            .pageEntry("Dangling", "99 0 R");
+            .pageEntry("Dangling", "99 0 R")
+            .pageEntry("Box", "[10 20.5 -3 4]")
+            .pageEntry("ShortBox", "[5 6]")
+            .pageEntry("OddBox", "[/A (b) 99 0 R 8]")
+            .pageEntry("FarCornerBox", "[0 0 " + farNumber + " 1]")
+            .pageEntry("FarBox", farBox);
         fixture.write(dir_ / "o.pdf");
         auto document = Document::open((dir_ / "o.pdf").string());
         EXPECT_TRUE(document.ok());
@@ -97,6 +104,22 @@ TEST_F(PdfObjectTest, MissingAndMistypedEntriesAreNeutral) {
     }
     EXPECT_TRUE(p.get("Int").get("Key").isNull());
     EXPECT_TRUE(p.get("Dict").at(0).isNull());
+}
+
+// Two corners in either order; what is missing or no number counts as 0.
+TEST_F(PdfObjectTest, RectanglesFromArrays) {
+    using platform::Rect;
+    PdfObject p = page();
+    EXPECT_EQ(p.get("Box").rectangle(), (Rect{-3, 4, 13, 16.5}));
+    EXPECT_EQ(p.get("ShortBox").rectangle(), (Rect{0, 0, 5, 6}));
+    EXPECT_EQ(p.get("OddBox").rectangle(), (Rect{0, 0, 0, 8}));
+    EXPECT_EQ(p.get("FarCornerBox").rectangle(), (Rect{0, 0, 7.25, 1}));
+    EXPECT_EQ(p.get("FarBox").rectangle(), (Rect{1, 2, 2, 2}));
+    EXPECT_EQ(p.get("Array").rectangle(), (Rect{0, 0, 1, 0}));
+    EXPECT_EQ(p.get("Dict").rectangle(), std::nullopt);
+    EXPECT_EQ(p.get("Dangling").rectangle(), std::nullopt);
+    EXPECT_EQ(p.get("Missing").rectangle(), std::nullopt);
+    EXPECT_EQ(PdfObject().rectangle(), std::nullopt);
 }
 
 TEST(PdfObject, DefaultIsNull) {
