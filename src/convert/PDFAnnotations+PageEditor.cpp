@@ -57,7 +57,7 @@ void appendOverflowPiece(XmlNode anno, double width, XmlFileText& second) {
     XmlNode location = anno.lastChild("location");
     location.setAttribute("x", "0.0");
     location.setAttribute("width", fixed6(width));
-    second.append(anno.toCompactString());
+    second.append(anno);
 }
 
 struct EditorPage {
@@ -81,10 +81,10 @@ void addEditorLink(EditorPage& page, const platform::Annotation& link) {
     setLocation(element.root(), placement.location);
     if (placement.toSecond) {
         // An undivided page has no second file: the link is dropped.
-        if (page.second) page.second->append(element.toCompactString());
+        if (page.second) page.second->append(element.root());
         return;
     }
-    page.first.append(element.toCompactString());
+    page.first.append(element.root());
     if (placement.overflows && page.second) {
         appendOverflowPiece(element.root(), placement.overflowWidth, *page.second);
     }

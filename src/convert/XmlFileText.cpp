@@ -21,12 +21,20 @@ XmlFileText::XmlFileText(const platform::XmlDocument& document, const platform::
     tail_ = text.substr(end);
 }
 
-void XmlFileText::append(std::string_view element) {
-    if (blocks_.empty() || blocks_.back().size() + element.size() > kBlockSize) {
+std::string& XmlFileText::blockFor(std::size_t more) {
+    if (blocks_.empty() || blocks_.back().size() + more > kBlockSize) {
         blocks_.emplace_back();
-        blocks_.back().reserve(std::max(kBlockSize, element.size()));
+        blocks_.back().reserve(std::max(kBlockSize, more));
     }
-    blocks_.back().append(element);
+    return blocks_.back();
+}
+
+void XmlFileText::append(std::string_view element) { blockFor(element.size()).append(element); }
+
+// The element's size is known only once it is printed: a full block takes no more, and one
+// that an element makes grow past the size just grows.
+void XmlFileText::append(const platform::XmlNode& element) {
+    element.appendCompactString(blockFor(1));
 }
 
 bool XmlFileText::writeTo(const platform::ByteSink& out) const {

@@ -20,11 +20,17 @@ public:
 
     // Appends one element's compact text to the list.
     void append(std::string_view element);
+    // Appends the compact text of an element of a tree to the list.
+    void append(const platform::XmlNode& element);
 
     // Hands the whole text to out; false once out refuses a piece.
     bool writeTo(const platform::ByteSink& out) const;
 
 private:
+    // The block the next element goes to: the last one, unless it holds kBlockSize bytes or
+    // would with more bytes.
+    std::string& blockFor(std::size_t more);
+
     std::string head_;  // up to the list's start tag, inclusive
     std::string tail_;  // from the list's end tag on
     std::vector<std::string> blocks_;

@@ -97,10 +97,13 @@ void setSafeValue(Target target, std::string_view text) {
 
 class StringWriter final : public pugi::xml_writer {
 public:
+    explicit StringWriter(std::string& text) : text_(text) {}
     void write(const void* data, size_t size) override {
-        text.append(static_cast<const char*>(data), size);
+        text_.append(static_cast<const char*>(data), size);
     }
-    std::string text;
+
+private:
+    std::string& text_;
 };
 
 bool isText(const pugi::xml_node& node) {
@@ -220,12 +223,17 @@ void XmlNode::appendCData(std::string_view text) {
 }
 
 std::string XmlNode::toCompactString() const {
-    StringWriter writer;
+    std::string text;
+    appendCompactString(text);
+    return text;
+}
+
+void XmlNode::appendCompactString(std::string& out) const {
+    StringWriter writer(out);
     nodeOf(node_).print(
         writer, "",
         pugi::format_raw | pugi::format_no_empty_element_tags | pugi::format_no_declaration,
         pugi::encoding_utf8);
-    return writer.text;
 }
 
 struct XmlDocument::Members {

@@ -54,6 +54,8 @@ public:
 
     // The element's compact text (see above); empty for a null handle.
     std::string toCompactString() const;
+    // The same text appended to out, which saves a copy when out collects many elements.
+    void appendCompactString(std::string& out) const;
 
 private:
     void* node_ = nullptr;

@@ -56,6 +56,28 @@ TEST(XmlFileText, ManyElementsArriveInOrderOverSeveralBlocks) {
     EXPECT_EQ(textOf(file), expected);
 }
 
+// Elements of trees and elements as text mix in order, over several blocks, a big one too.
+TEST(XmlFileText, ElementsOfTreesArriveInOrderOverSeveralBlocks) {
+    XmlDocument document;
+    convert::XmlFileText file(document, document.appendRoot("list"));
+    std::string expected = "<list>";
+    for (int k = 0; k < 20000; ++k) {
+        XmlDocument element;
+        element.appendRoot("e").setAttribute("k", std::to_string(k));
+        expected += element.toCompactString();
+        file.append(element.root());
+        if (k % 1000 == 0) {
+            file.append("<t></t>");
+            expected += "<t></t>";
+        }
+    }
+    XmlDocument big;
+    big.appendRoot("e").setText(std::string(100000, 'x'));
+    file.append(big.root());
+    expected += big.toCompactString() + "</list>";
+    EXPECT_EQ(textOf(file), expected);
+}
+
 TEST(XmlFileText, WritingStopsAtTheFirstRefusedPiece) {
     XmlDocument document;
     convert::XmlFileText file(document, document.appendRoot("list"));
