@@ -24,8 +24,9 @@ PageMeasures measurePages(const platform::Document& document) {
     PageMeasures measures;
     int count = document.pageCount();
     for (int index = 0; index < count; ++index) {
-        platform::Rect box = document.cropBox(index);
-        int rotation = document.rotation(index);
+        const platform::PageGeometry geometry = document.pageGeometry(index);
+        const platform::Rect& box = geometry.cropBox;
+        const int rotation = geometry.rotation;
         bool turned = rotation == 90 || rotation == 270;
         double width = turned ? box.height : box.width;
         double height = turned ? box.width : box.height;

@@ -47,6 +47,13 @@ struct Annotation {
     std::optional<Action> mouseUpAction;     // the /A action of any annotation
 };
 
+// How a page is shown: its crop box (see Document::cropBox) and its rotation.
+struct PageGeometry {
+    Rect cropBox;
+    int rotation = 0;  // 0, 90, 180 or 270
+    bool operator==(const PageGeometry&) const = default;
+};
+
 // The most graphics states the engine keeps saved at once while it runs a page for its text.
 // Real pages nest a few dozen; deeper q operators, and the Q operators that close them, are
 // ignored, so that a state changed in there stays changed until a Q outside them.
@@ -81,6 +88,8 @@ public:
     PdfObject pageObject(int index) const;  // the page's own dictionary
     int rotation(int index) const;          // the inherited /Rotate as 0, 90, 180 or 270
     Rect cropBox(int index) const;  // inherited /CropBox clipped to /MediaBox, else /MediaBox
+    // Both at once, with one lookup of the page: for walks over every page.
+    PageGeometry pageGeometry(int index) const;
     std::vector<Annotation> annotations(int index) const;  // in /Annots order
     // One dictionary of a page's /Annots, read as annotations() reads each entry.
     Annotation annotation(const PdfObject& dictionary) const;

@@ -16,13 +16,13 @@ constexpr Rect kLetter{0, 0, 612, 792};
 
 // The entry of the node or of its nearest ancestor that has one. The whole walk is one engine
 // call: every page of a book is measured, most of them through two or three ancestors.
-pdf_obj* inheritedEntry(fz_context* ctx, pdf_obj* node, const char* key) {
+pdf_obj* inheritedEntry(fz_context* ctx, pdf_obj* node, pdf_obj* key) {
     pdf_obj* result = nullptr;
     fz_var(node);
     fz_var(result);
     fz_try(ctx) {
         for (int depth = 0; depth < kMaxTreeDepth && pdf_is_dict(ctx, node); ++depth) {
-            pdf_obj* value = pdf_dict_gets(ctx, node, key);
+            pdf_obj* value = pdf_dict_get(ctx, node, key);
             if (!pdf_is_null(ctx, value)) {
                 result = value;
                 break;
@@ -35,7 +35,7 @@ pdf_obj* inheritedEntry(fz_context* ctx, pdf_obj* node, const char* key) {
 }
 
 PdfObject inheritedEntry(const std::shared_ptr<PdfObject::Handle>& engine, const PdfObject& page,
-                         const char* key) {
+                         pdf_obj* key) {
     if (page.isNull()) return {};
     return PdfObject(engine, inheritedEntry(engine->ctx, PdfObjectAccess::raw(page), key));
 }
@@ -58,22 +58,36 @@ Rect intersection(const Rect& a, const Rect& b) {
     return {x0, y0, x1 - x0, y1 - y0};
 }
 
+int rotationOf(const std::shared_ptr<PdfObject::Handle>& engine, const PdfObject& page) {
+    PdfObject rotate = inheritedEntry(engine, page, PDF_NAME(Rotate));
+    return normalisedRotation(rotate.number().value_or(0));
+}
+
+Rect cropBoxOf(const std::shared_ptr<PdfObject::Handle>& engine, const PdfObject& page) {
+    if (page.isNull()) return {};
+    Rect mediaBox = inheritedEntry(engine, page, PDF_NAME(MediaBox)).rectangle().value_or(kLetter);
+    std::optional<Rect> crop = inheritedEntry(engine, page, PDF_NAME(CropBox)).rectangle();
+    if (!crop) return mediaBox;
+    Rect clipped = intersection(*crop, mediaBox);
+    return clipped.isEmpty() ? mediaBox : clipped;
+}
+
 }  // namespace
 
 int Document::rotation(int index) const {
     if (!m_) return 0;
-    PdfObject rotate = inheritedEntry(m_->engine, pageObject(index), "Rotate");
-    return normalisedRotation(rotate.number().value_or(0));
+    return rotationOf(m_->engine, pageObject(index));
 }
 
 Rect Document::cropBox(int index) const {
+    if (!m_) return {};
+    return cropBoxOf(m_->engine, pageObject(index));
+}
+
+PageGeometry Document::pageGeometry(int index) const {
+    if (!m_) return {};
     PdfObject page = pageObject(index);
-    if (!m_ || page.isNull()) return {};
-    Rect mediaBox = inheritedEntry(m_->engine, page, "MediaBox").rectangle().value_or(kLetter);
-    std::optional<Rect> crop = inheritedEntry(m_->engine, page, "CropBox").rectangle();
-    if (!crop) return mediaBox;
-    Rect clipped = intersection(*crop, mediaBox);
-    return clipped.isEmpty() ? mediaBox : clipped;
+    return {cropBoxOf(m_->engine, page), rotationOf(m_->engine, page)};
 }
 
 }  // namespace platform

@@ -530,7 +530,9 @@ TEST_P(EntryTextLink, SetsTheJobsProperties) {
     EXPECT_EQ(jobs_.stopWasSet, c.raisedFlag != nullptr);
     EXPECT_TRUE(reporter_.outLines.empty());
     EXPECT_EQ(reporter_.logLines, Lines{"text-to-link ran"});
-    if (!c.taskID) EXPECT_TRUE(fs::is_empty(dir_.path()));
+    if (!c.taskID) {
+        EXPECT_TRUE(fs::is_empty(dir_.path()));
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Entry, EntryTextLink, testing::ValuesIn(textLinkCases()),

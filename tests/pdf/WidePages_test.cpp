@@ -61,7 +61,7 @@ TEST(WidePages, MeasuresUseTheCropBoxAndTruncate) {
 TEST(WidePages, CheckDetectWidePageAppendsPageNumbers) {
     WidePages wide;
     wide.indexesOfPDFDivided = {7};
-    PageMeasures measures{{600, 1200, 600}, {0.75f, 1.5f, 0.75f}};
+    PageMeasures measures{{600, 1200, 600}, {0.75f, 1.5f, 0.75f}, {}, {}};
     wide.checkDetectWidePage(measures);
     EXPECT_EQ(wide.widthsOfPDF, measures.widthsOfPDF);
     EXPECT_EQ(wide.aspectOfPDF, measures.aspectOfPDF);
@@ -140,7 +140,7 @@ TEST(WidePages, UnreadablePageIsNotWide) {
     wide.wideMode = 1;
     wide.isNewMode = true;
     wide.aspectRatio = 0.75;
-    wide.checkDetectWidePage(PageMeasures{{0}, {std::numeric_limits<float>::quiet_NaN()}});
+    wide.checkDetectWidePage(PageMeasures{{0}, {std::numeric_limits<float>::quiet_NaN()}, {}, {}});
     EXPECT_FALSE(wide.isWidePageAt(1));
 }
 

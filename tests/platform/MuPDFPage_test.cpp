@@ -100,6 +100,23 @@ TEST_F(MuPDFPage, MissingMediaBoxIsLetter) {
     EXPECT_EQ(doc.cropBox(0), (Rect{0, 0, 612, 792}));
 }
 
+// The crop box and rotation of every page at once, as a walk over the book reads them.
+TEST_F(MuPDFPage, GeometryHoldsTheCropBoxAndTheRotation) {
+    using platform::PageGeometry;
+    Document doc = open(PdfFixture()
+                            .bareLeaf()
+                            .page({0, 0, 600, 800}, Rect{50, 60, 500, 700}, 90)
+                            .pagesEntry("Rotate", "-270")
+                            .pagesEntry("MediaBox", "[0 0 1224 792]"));
+    EXPECT_EQ(doc.pageGeometry(0), (PageGeometry{Rect{0, 0, 1224, 792}, 90}));
+    EXPECT_EQ(doc.pageGeometry(1), (PageGeometry{Rect{50, 60, 500, 700}, 90}));
+    for (int index : {0, 1}) {
+        EXPECT_EQ(doc.pageGeometry(index), (PageGeometry{doc.cropBox(index), doc.rotation(index)}));
+    }
+    EXPECT_EQ(doc.pageGeometry(2), PageGeometry{});
+    EXPECT_EQ(doc.pageGeometry(-1), PageGeometry{});
+}
+
 TEST_F(MuPDFPage, ParentCycleEndsTheSearch) {
     // The /Pages node names the page as its parent: the search goes round without finding.
     Document doc = open(PdfFixture().bareLeaf().pagesEntry("Parent", "{page:0}"));
