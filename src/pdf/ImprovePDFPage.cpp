@@ -94,8 +94,8 @@ PageAnnotations readPageAnnotations(const platform::Document& document, int page
     bool stopped = false;
     for (std::size_t i = 0; i < count; ++i) {
         stopped = stopped || stop.isSet();
-        PdfObject entry = annots.at(i);
-        if (!entry.isDictionary()) continue;
+        PdfObject entry = annots.at(i).dictionary();
+        if (entry.isNull()) continue;
         page.annotations.push_back(document.annotation(entry));
         if (stopped) continue;
         if (auto link = annotInfo(entry, page.annotations.back())) {

@@ -50,8 +50,8 @@ Annotation readAnnotation(const PdfObject::Handle& engine, const PdfObject& cata
     annotation.type = dictionary.get("Subtype").name().value_or("");
     annotation.bounds = dictionary.get("Rect").rectangle().value_or(Rect{});
     annotation.lines = readQuadPoints(dictionary.get("QuadPoints"));
-    PdfObject action = dictionary.get("A");
-    if (action.isDictionary()) annotation.mouseUpAction = readAction(engine, catalog, action);
+    PdfObject action = dictionary.get("A").dictionary();
+    if (!action.isNull()) annotation.mouseUpAction = readAction(engine, catalog, action);
     if (annotation.type != "Link") return annotation;
 
     const std::optional<Action>& mouseUp = annotation.mouseUpAction;
@@ -156,8 +156,8 @@ std::vector<Annotation> Document::annotations(int index) const {
     std::size_t count = annots.arrayLength();
     std::vector<Annotation> result;
     for (std::size_t i = 0; i < count; ++i) {
-        PdfObject entry = annots.at(i);
-        if (entry.isDictionary()) result.push_back(annotation(entry));
+        PdfObject entry = annots.at(i).dictionary();
+        if (!entry.isNull()) result.push_back(annotation(entry));
     }
     return result;
 }

@@ -83,13 +83,14 @@ const char* bytesOf(fz_context* ctx, pdf_obj* obj, size_t* length) {
     return result;
 }
 
-// The array obj stands for, resolved; null for anything else.
-pdf_obj* resolvedArray(fz_context* ctx, pdf_obj* obj) {
+// The object obj stands for, a reference followed, when it is of the kind test asks for; null
+// otherwise.
+pdf_obj* resolvedAs(fz_context* ctx, pdf_obj* obj, int (*test)(fz_context*, pdf_obj*)) {
     pdf_obj* result = nullptr;
     fz_var(result);
     fz_try(ctx) {
         pdf_obj* resolved = pdf_resolve_indirect_chain(ctx, obj);
-        if (pdf_is_array(ctx, resolved)) result = resolved;
+        if (test(ctx, resolved)) result = resolved;
     }
     fz_catch(ctx) { result = nullptr; }
     return result;
@@ -128,6 +129,9 @@ pdf_obj* elementOf(fz_context* ctx, pdf_obj* obj, int index) {
 namespace mupdf {
 
 pdf_obj* entryOf(fz_context* ctx, pdf_obj* dict, const char* key) {
+    // Searching a dictionary at hand cannot fail, and the engine's error handling costs more
+    // than the search: only a reference, which may have to be loaded, needs it.
+    if (!pdf_is_indirect(ctx, dict)) return pdf_dict_gets(ctx, dict, key);
     pdf_obj* result = nullptr;
     fz_var(result);
     fz_try(ctx) { result = pdf_dict_gets(ctx, dict, key); }
@@ -227,7 +231,7 @@ std::optional<std::string> PdfObject::stringBytes() const {
 std::optional<Rect> PdfObject::rectangle() const {
     if (!handle_) return std::nullopt;
     fz_context* ctx = handle_->ctx;
-    pdf_obj* array = resolvedArray(ctx, static_cast<pdf_obj*>(object_));
+    pdf_obj* array = resolvedAs(ctx, static_cast<pdf_obj*>(object_), pdf_is_array);
     if (array == nullptr) return std::nullopt;
     double n[4];
     for (int i = 0; i < 4; ++i) n[i] = numberAt(ctx, array, i);
@@ -245,6 +249,11 @@ PdfObject PdfObject::at(std::size_t index) const {
     if (!handle_ || index >= arrayLength()) return {};
     return PdfObject(
         handle_, elementOf(handle_->ctx, static_cast<pdf_obj*>(object_), static_cast<int>(index)));
+}
+
+PdfObject PdfObject::dictionary() const {
+    if (!handle_) return {};
+    return PdfObject(handle_, resolvedAs(handle_->ctx, static_cast<pdf_obj*>(object_), pdf_is_dict));
 }
 
 PdfObject PdfObject::get(const std::string& key) const {

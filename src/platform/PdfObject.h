@@ -41,6 +41,9 @@ public:
     std::size_t arrayLength() const;  // 0 for anything but an array
     PdfObject at(std::size_t index) const;
     PdfObject get(const std::string& key) const;  // dictionary entry
+    // The dictionary itself, or the one a reference leads to; null for anything else. Reading
+    // many entries of it costs less than through the reference.
+    PdfObject dictionary() const;
 
 private:
     friend struct PdfObjectAccess;  // the engine files reach the object they wrap

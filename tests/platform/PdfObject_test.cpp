@@ -106,6 +106,34 @@ TEST_F(PdfObjectTest, MissingAndMistypedEntriesAreNeutral) {
     EXPECT_TRUE(p.get("Dict").at(0).isNull());
 }
 
+// A dictionary at hand or behind a reference; its entries read the same either way.
+TEST_F(PdfObjectTest, DictionariesBehindReferences) {
+    PdfFixture fixture;
+    std::string far = fixture.object("<< /Inner 7 /Deeper << /Leaf (x) >> >>");
+    std::string farArray = fixture.object("[1 2]");
+    fixture.page({0, 0, 100, 100})
+        .pageEntry("Near", "<< /Inner 7 >>")
+        .pageEntry("Far", far)
+        .pageEntry("FarArray", farArray)
+        .pageEntry("Dangling", "99 0 R");
+    fixture.write(dir_ / "d.pdf");
+    auto document = Document::open((dir_ / "d.pdf").string());
+    ASSERT_TRUE(document.ok());
+    PdfObject p = document->pageObject(0);
+    EXPECT_EQ(p.get("Near").dictionary().get("Inner").integer(), 7);
+    PdfObject resolved = p.get("Far").dictionary();
+    ASSERT_FALSE(resolved.isNull());
+    EXPECT_TRUE(resolved.isDictionary());
+    EXPECT_EQ(resolved.get("Inner").integer(), 7);
+    EXPECT_EQ(resolved.get("Deeper").get("Leaf").textString(), "x");
+    EXPECT_EQ(resolved.get("Missing").integer(), std::nullopt);
+    EXPECT_TRUE(p.dictionary().get("Near").isDictionary());
+    EXPECT_TRUE(p.get("FarArray").dictionary().isNull());
+    EXPECT_TRUE(p.get("Dangling").dictionary().isNull());
+    EXPECT_TRUE(p.get("Missing").dictionary().isNull());
+    EXPECT_TRUE(PdfObject().dictionary().isNull());
+}
+
 // Two corners in either order; what is missing or no number counts as 0.
 TEST_F(PdfObjectTest, RectanglesFromArrays) {
     using platform::Rect;
