@@ -8,6 +8,9 @@ namespace {
 // Big enough that writing costs one call per block, small enough that the last block's spare
 // room stays a small part of a big file.
 constexpr std::size_t kBlockSize = 64 * 1024;
+// What a new block holds before it first grows: most pages' files are a kilobyte or two, and
+// a block of the full size for each would be memory taken and given back for nothing.
+constexpr std::size_t kFirstReserve = 2 * 1024;
 
 }  // namespace
 
@@ -24,7 +27,7 @@ XmlFileText::XmlFileText(const platform::XmlDocument& document, const platform::
 std::string& XmlFileText::blockFor(std::size_t more) {
     if (blocks_.empty() || blocks_.back().size() + more > kBlockSize) {
         blocks_.emplace_back();
-        blocks_.back().reserve(std::max(kBlockSize, more));
+        blocks_.back().reserve(std::max(kFirstReserve, more));
     }
     return blocks_.back();
 }
