@@ -68,39 +68,40 @@ TEST_F(TarnShareMemory, TheJobsFlagHearsAStopSetBeforeItsFirstPoll) {
     EXPECT_TRUE(frontend::TarnStopFlag().isSet());
 }
 
+// The jobs' flag over a flag file the host made, and a time to poll it at.
+class JobsStopFlag : public TarnShareMemory {
+protected:
+    using Clock = frontend::TarnStopFlag::Clock;
+    void SetUp() override { shareMemoryAlloc("42"); }
+
+    HostStopFlag host_{dir_.path(), "42"};
+    const frontend::TarnStopFlag stop_;
+    const Clock::time_point start_ = Clock::now();
+};
+
 // Between reads of the file the last answer holds, so a flag set or cleared within
 // kFreshFor of a read shows at the first poll after it.
-TEST_F(TarnShareMemory, TheJobsFlagReadsTheFileAgainOnceItsLastAnswerIsOld) {
-    using frontend::TarnStopFlag;
-    HostStopFlag host(dir_.path(), "42");
-    shareMemoryAlloc("42");
-    const TarnStopFlag stop;
-    const TarnStopFlag::Clock::time_point start = TarnStopFlag::Clock::now();
-    const auto fresh = TarnStopFlag::kFreshFor;
-    EXPECT_FALSE(stop.isSetAt(start));
-    host.set();
-    EXPECT_FALSE(stop.isSetAt(start + fresh / 2));
-    EXPECT_FALSE(stop.isSetAt(start + fresh - std::chrono::nanoseconds(1)));
-    EXPECT_TRUE(stop.isSetAt(start + fresh));
-    host.clear();
-    EXPECT_TRUE(stop.isSetAt(start + fresh + fresh / 2));
-    EXPECT_FALSE(stop.isSetAt(start + 2 * fresh));
+TEST_F(JobsStopFlag, ReadsTheFileAgainOnceItsLastAnswerIsOld) {
+    const auto fresh = frontend::TarnStopFlag::kFreshFor;
+    EXPECT_FALSE(stop_.isSetAt(start_));
+    host_.set();
+    EXPECT_FALSE(stop_.isSetAt(start_ + fresh / 2));
+    EXPECT_FALSE(stop_.isSetAt(start_ + fresh - std::chrono::nanoseconds(1)));
+    EXPECT_TRUE(stop_.isSetAt(start_ + fresh));
+    host_.clear();
+    EXPECT_TRUE(stop_.isSetAt(start_ + fresh + fresh / 2));
+    EXPECT_FALSE(stop_.isSetAt(start_ + 2 * fresh));
 }
 
-TEST_F(TarnShareMemory, AStaleMarkMakesTheNextPollReadTheFile) {
-    using frontend::TarnStopFlag;
-    HostStopFlag host(dir_.path(), "42");
-    shareMemoryAlloc("42");
-    const TarnStopFlag stop;
-    const TarnStopFlag::Clock::time_point start = TarnStopFlag::Clock::now();
-    EXPECT_FALSE(stop.isSetAt(start));
-    host.set();
+TEST_F(JobsStopFlag, AStaleMarkMakesTheNextPollReadTheFile) {
+    EXPECT_FALSE(stop_.isSetAt(start_));
+    host_.set();
     frontend::markStopFlagStale();
-    EXPECT_TRUE(stop.isSetAt(start));
-    host.clear();
-    EXPECT_TRUE(stop.isSetAt(start));
+    EXPECT_TRUE(stop_.isSetAt(start_));
+    host_.clear();
+    EXPECT_TRUE(stop_.isSetAt(start_));
     frontend::markStopFlagStale();
-    EXPECT_FALSE(stop.isSetAt(start));
+    EXPECT_FALSE(stop_.isSetAt(start_));
 }
 
 TEST_F(TarnShareMemory, ANewFlagFileIsReadAtTheFirstPoll) {
