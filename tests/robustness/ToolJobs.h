@@ -117,7 +117,9 @@ inline void expectTextLinkOutcome(const ToolResult& result) {
     expectEndedByItself(result);
     EXPECT_EQ(result.exitStatus, 0);
     EXPECT_EQ(result.out, "");
-    if (result.err != kNoPagesLine + "\n") EXPECT_EQ(result.err, "");
+    if (result.err != kNoPagesLine + "\n") {
+        EXPECT_EQ(result.err, "");
+    }
 }
 
 // Every file in folder (and below) is well-formed XML.
