@@ -58,7 +58,6 @@ std::atomic<std::int64_t> gStaleMarks{1};
 
 bool isFresh(std::int64_t word, std::int64_t ticks) { return word >= 0 && ticks < (word >> 1); }
 
-
 }  // namespace
 
 void shareMemoryAlloc(const char* identifier) {

@@ -253,7 +253,8 @@ PdfObject PdfObject::at(std::size_t index) const {
 
 PdfObject PdfObject::dictionary() const {
     if (!handle_) return {};
-    return PdfObject(handle_, resolvedAs(handle_->ctx, static_cast<pdf_obj*>(object_), pdf_is_dict));
+    return PdfObject(handle_,
+                     resolvedAs(handle_->ctx, static_cast<pdf_obj*>(object_), pdf_is_dict));
 }
 
 PdfObject PdfObject::get(const std::string& key) const {
