@@ -233,8 +233,12 @@ std::optional<Rect> PdfObject::rectangle() const {
     fz_context* ctx = handle_->ctx;
     pdf_obj* array = resolvedAs(ctx, static_cast<pdf_obj*>(object_), pdf_is_array);
     if (array == nullptr) return std::nullopt;
+    // Held while its corners are read, as reading one that refers to another object makes the
+    // engine load that object, and perhaps repair the file.
+    pdf_keep_obj(ctx, array);
     double n[4];
     for (int i = 0; i < 4; ++i) n[i] = numberAt(ctx, array, i);
+    pdf_drop_obj(ctx, array);
     return Rect{std::min(n[0], n[2]), std::min(n[1], n[3]), std::fabs(n[2] - n[0]),
                 std::fabs(n[3] - n[1])};
 }

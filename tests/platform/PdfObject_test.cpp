@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
+
 #include "platform/MuPDFDocument.h"
 #include "support/PdfFixture.h"
 #include "support/TempDir.h"
@@ -148,6 +151,27 @@ TEST_F(PdfObjectTest, RectanglesFromArrays) {
     EXPECT_EQ(p.get("Dangling").rectangle(), std::nullopt);
     EXPECT_EQ(p.get("Missing").rectangle(), std::nullopt);
     EXPECT_EQ(PdfObject().rectangle(), std::nullopt);
+}
+
+// A corner whose object is not where the cross-reference table says: it counts as 0, and the
+// other corners still read.
+TEST_F(PdfObjectTest, ARectangleWithACornerThatCannotBeLoaded) {
+    PdfFixture fixture;
+    std::string corner = fixture.object("31 % misplaced");
+    std::string box = fixture.object("[1 2 " + corner + " 4]");
+    fixture.page({0, 0, 100, 100}).pageEntry("Box", box);
+    fixture.write(dir_ / "r.pdf");
+    std::ifstream in(dir_ / "r.pdf", std::ios::binary);
+    std::string bytes{std::istreambuf_iterator<char>(in), {}};
+    const std::size_t at = bytes.find("% misplaced");
+    ASSERT_NE(at, std::string::npos);
+    bytes.insert(bytes.rfind(" obj", at), "%%%%");  // the object is no longer where /xref says
+    std::ofstream(dir_ / "r.pdf", std::ios::binary) << bytes;
+    auto document = Document::open((dir_ / "r.pdf").string());
+    ASSERT_TRUE(document.ok());
+    std::optional<platform::Rect> rect = document->pageObject(0).get("Box").rectangle();
+    ASSERT_TRUE(rect);
+    EXPECT_EQ(*rect, (platform::Rect{0, 2, 1, 2}));
 }
 
 TEST(PdfObject, DefaultIsNull) {
