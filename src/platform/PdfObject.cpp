@@ -31,18 +31,24 @@ const char* nameOf(fz_context* ctx, pdf_obj* obj) {
     return result;
 }
 
+// An integer's or a real's value; false for anything else. Reading an object at hand cannot
+// fail; a reference may have to be loaded, which can (see numberOf).
+bool directNumber(fz_context* ctx, pdf_obj* obj, double* value) {
+    if (pdf_is_int(ctx, obj)) {
+        *value = static_cast<double>(pdf_to_int64(ctx, obj));
+        return true;
+    }
+    if (pdf_is_real(ctx, obj)) {
+        *value = decimalValue(pdf_to_real(ctx, obj));
+        return true;
+    }
+    return false;
+}
+
 bool numberOf(fz_context* ctx, pdf_obj* obj, double* value) {
     bool found = false;
     fz_var(found);
-    fz_try(ctx) {
-        if (pdf_is_int(ctx, obj)) {
-            *value = static_cast<double>(pdf_to_int64(ctx, obj));
-            found = true;
-        } else if (pdf_is_real(ctx, obj)) {
-            *value = decimalValue(pdf_to_real(ctx, obj));
-            found = true;
-        }
-    }
+    fz_try(ctx) { found = directNumber(ctx, obj, value); }
     fz_catch(ctx) { found = false; }
     return found;
 }
@@ -96,16 +102,15 @@ pdf_obj* resolvedAs(fz_context* ctx, pdf_obj* obj, int (*test)(fz_context*, pdf_
     return result;
 }
 
-// Item index of a resolved array as a number, 0 when it is none. Reading a direct item cannot
-// fail, so it goes without the engine's error handling, which costs more than the read; only an
-// item that is a reference to another object is read under it.
+// Item index of a resolved array as a number, 0 when it is none. An item at hand is read
+// without the engine's error handling, which costs more than the read; only a reference to
+// another object is read under it.
 double numberAt(fz_context* ctx, pdf_obj* array, int index) {
     pdf_obj* item = pdf_array_get(ctx, array, index);
     double value = 0;
-    if (pdf_is_indirect(ctx, item)) return numberOf(ctx, item, &value) ? value : 0;
-    if (pdf_is_int(ctx, item)) return static_cast<double>(pdf_to_int64(ctx, item));
-    if (pdf_is_real(ctx, item)) return decimalValue(pdf_to_real(ctx, item));
-    return 0;
+    const bool found =
+        pdf_is_indirect(ctx, item) ? numberOf(ctx, item, &value) : directNumber(ctx, item, &value);
+    return found ? value : 0;
 }
 
 int lengthOf(fz_context* ctx, pdf_obj* obj) {
