@@ -98,11 +98,10 @@ TEST_F(QXAnnosJob, AFolderNamedFromTheWorkingFolderGetsTheFiles) {
     writeBook(1);
     convert::QXAnnos relative = job("ALL");
     relative.outputFile = "out";
-    const fs::path previous = fs::current_path();
-    fs::current_path(dir_.path());
-    const std::int64_t result = relative.parseAnnosToXML(neverStop_, reporter_);
-    fs::current_path(previous);
-    EXPECT_EQ(result, 0);
+    {
+        testsupport::ScopedWorkingFolder working(dir_.path());
+        EXPECT_EQ(relative.parseAnnosToXML(neverStop_, reporter_), 0);
+    }
     EXPECT_EQ(fileNames(out_), Lines{"1.xml"});
 }
 

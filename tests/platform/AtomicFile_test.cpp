@@ -109,11 +109,10 @@ TEST(AtomicFile, FailsOverAFolderAndLeavesNoTemporaryFile) {
 // A path without a folder names a file in the working folder, and so does its sibling.
 TEST(AtomicFile, WritesAFileNamedWithoutAFolder) {
     testsupport::TempDir dir;
-    const std::filesystem::path previous = std::filesystem::current_path();
-    std::filesystem::current_path(dir.path());
-    platform::Status written = writeWhole("plain.xml", "text");
-    std::filesystem::current_path(previous);
-    ASSERT_TRUE(written.ok());
+    {
+        testsupport::ScopedWorkingFolder working(dir.path());
+        ASSERT_TRUE(writeWhole("plain.xml", "text").ok());
+    }
     EXPECT_EQ(readFile(dir / "plain.xml"), "text");
     EXPECT_EQ(entryCount(dir.path()), 1u);
 }

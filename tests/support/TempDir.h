@@ -1,7 +1,9 @@
 #pragma once
-// A fresh folder under the temporary directory, removed with everything in it at the end.
+// A fresh folder under the temporary directory, removed with everything in it at the end; and
+// a working folder for the length of a scope.
 
 #include <filesystem>
+#include <system_error>
 
 namespace testsupport {
 
@@ -17,6 +19,24 @@ public:
 
 private:
     std::filesystem::path path_;
+};
+
+// Makes folder the process's working folder until the end of the scope, for paths named from it.
+class ScopedWorkingFolder {
+public:
+    explicit ScopedWorkingFolder(const std::filesystem::path& folder)
+        : previous_(std::filesystem::current_path()) {
+        std::filesystem::current_path(folder);
+    }
+    ~ScopedWorkingFolder() {
+        std::error_code ignored;
+        std::filesystem::current_path(previous_, ignored);
+    }
+    ScopedWorkingFolder(const ScopedWorkingFolder&) = delete;
+    ScopedWorkingFolder& operator=(const ScopedWorkingFolder&) = delete;
+
+private:
+    std::filesystem::path previous_;
 };
 
 }  // namespace testsupport
